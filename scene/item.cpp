@@ -124,13 +124,13 @@ void Item::redraw() {
 void Item::paint(QPainter& painter) {
     if (!m_image)
         return;
-    const QPoint target(integer_part(std::floor(m_shown_pos.x()) + m_image_origin.x()),
-                        integer_part(std::floor(m_shown_pos.y()) + m_image_origin.y()));
+    const QPointF target(integer_part(std::floor(m_shown_pos.x()) + m_image_origin.x()),
+                         integer_part(std::floor(m_shown_pos.y()) + m_image_origin.y()));
     const QSize size(integer_part(m_bounds.width()), integer_part(m_bounds.height()));
     if (size == QSize(-1, -1))
         painter.drawImage(target, *m_image);
     else if (!size.isEmpty())
-        painter.drawImage(target, *m_image, QRect(QPoint(0, 0), size));
+        painter.drawImage(target, *m_image, QRectF(QPointF(0.0, 0.0), size));
 }
 
 void Item::clear_image_cache() {

@@ -291,13 +291,17 @@ void StrokesView::resizeEvent(QResizeEvent*) {
 }
 
 void StrokesView::paintEvent(QPaintEvent* event) {
+    paint_layers(event->region());
+    ItemView::paintEvent(event);
+}
+
+/// Rectangle by rectangle: the toolkit would first walk each layer's whole extent under a clip.
+void StrokesView::paint_layers(QRegion const& region) {
     QPainter painter(this);
-    for (QRect const& rect : event->region()) {
+    for (QRect const& rect : region) {
         for (auto const* layer : {&m_test_image, &m_strokes_image}) {
             if (*layer)
                 draw_part(painter, **layer, rect);
         }
     }
-    painter.end(); // a widget takes one painter at a time
-    ItemView::paintEvent(event);
 }

@@ -100,4 +100,5 @@ private:
     void paint_live(segment const& piece, QColor color);
     void paint_strokes_in_progress();
     void toggle_card(TestCard card);
+    void paint_layers(QRegion const& region);
 };
