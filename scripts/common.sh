@@ -1,0 +1,55 @@
+# Shared by the scripts of this folder, which source it. It takes them to the project's root.
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+step() { printf '==> %s\n' "$*"; }
+
+fail() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}
+
+# What every build needs: the compiler, the build tools, the toolkit and a font for it.
+build_packages=(g++ cmake ninja-build qtbase5-dev fonts-dejavu-core)
+# What a virtual screen needs: the X server, a window manager, real input, screenshots.
+screen_packages=(xvfb openbox xdotool scrot)
+
+# install_packages PACKAGE...: installs those of Debian's packages that are missing.
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        [[ $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) == "install ok installed" ]] ||
+            missing+=("$package")
+    done
+    if [[ ${#missing[@]} -eq 0 ]]; then
+        step "Every package needed is installed."
+        return
+    fi
+    step "Installing ${missing[*]}"
+    command -v apt-get >/dev/null ||
+        fail "no apt-get here: install the counterparts of these Debian 12 packages: ${missing[*]}"
+    local as_root=()
+    if [[ $EUID -ne 0 ]]; then
+        command -v sudo >/dev/null || fail "neither root nor sudo: install ${missing[*]}"
+        as_root=(sudo)
+    fi
+    # Only a package that no list knows needs new lists.
+    apt-cache show "${missing[@]}" >/dev/null 2>&1 || "${as_root[@]}" apt-get update -q ||
+        fail "the lists of packages cannot be had: is there a network?"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends "${missing[@]}" ||
+        fail "not all of these could be installed: ${missing[*]}"
+}
+
+# build PRESET FOLDER [CMAKE-ARGUMENT...]: configures once, then builds what has changed.
+build() {
+    local preset=$1 folder=$2
+    shift 2
+    if [[ ! -f $folder/build.ninja ]]; then
+        step "Configuring $folder"
+        cmake --preset "$preset" -B "$folder" "$@"
+    fi
+    step "Building in $folder"
+    cmake --build "$folder"
+}
