@@ -2,6 +2,7 @@
 
 #include "hardware/abstracthardwarewrapper.h"
 
+#include <atomic>
 #include <type_traits>
 
 /// The entry points of the driver library in the order in which they are looked up. Each has the
@@ -66,13 +67,15 @@ struct TavelEntryPoint<Result (AbstractHardwareWrapper::*)(Parameters...)> {
         std::conditional_t<std::is_same_v<Result, bool>, unsigned char, int> (*)(Parameters...);
 };
 
-/// The entry points that were found, null where one was not.
+/// The entry points that were found, null where one was not. They are looked up again while other
+/// threads call through them, so each is atomic.
 struct TavelEntryPoints {
     template <typename Operation>
     using EntryPoint = typename TavelEntryPoint<Operation>::Type;
 
     // NOLINTNEXTLINE(bugprone-macro-parentheses): it is a name that is declared
-#define TAVEL_SLOT(name) EntryPoint<decltype(&AbstractHardwareWrapper::name)> name = nullptr;
+#define TAVEL_SLOT(name)                                                                           \
+    std::atomic<EntryPoint<decltype(&AbstractHardwareWrapper::name)>> name{nullptr};
     TAVEL_ENTRY_POINTS(TAVEL_SLOT)
 
     // Never looked up, on purpose: whatever the library has, these two give their fallback.

@@ -1,14 +1,26 @@
 #pragma once
 
+#include "hardware/callbackgate.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QObject>
 #include <QPoint>
 #include <QRect>
 #include <QString>
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
 
-/// The boards: the records of what they report, and the decoding of the raw reports in which the
-/// driver library hands that over. Decoding touches no state, so any thread may do it.
+class AbstractHardwareWrapper;
+
+/// The one connection to the boards: finds them, receives their reports, decodes and announces
+/// them, and carries settings to them.
+///
+/// Lives in the thread that creates it. The driver calls on threads of its own, where reports are
+/// decoded and plug-and-play passes run; from there every signal reaches receivers in the owner's
+/// thread queued. No lock is held during a call of the driver or an emission.
 class TavelHardware : public QObject {
     Q_OBJECT
 
@@ -89,6 +101,55 @@ public:
     /// types. Needs no application object: without one that has a screen the geometry is empty.
     explicit TavelHardware(QObject* parent);
 
+    /// Lets no callback in any more, and unloads the driver.
+    ~TavelHardware() override;
+
+    /// Loads the driver, asks it for notices and finds the boards. To be called once, after the
+    /// receivers have connected: what it finds is announced before it returns.
+    /// \return false, with no signal ever after, where there is no driver
+    bool init();
+    /// Loads the driver at the first call only. \return whether it is loaded
+    bool initialiseTavelWrapper();
+    /// Finds the boards and subscribes to their reports. Boards that are in use already stay so.
+    void enumerate();
+    /// One value out of the driver's text of key<value>key<value>... The key is taken where its
+    /// letters first stand, even if that is inside of another key or of a value. A null string
+    /// where there is no such key or no value in brackets after it.
+    static QString parseAdditionalInfoKeyValue(const QString& info, const QString& key);
+
+    /// Finds the boards anew, subscribing from scratch. Where such a pass is under way already, the
+    /// thread that is at it does this one next.
+    void pnp();
+    static void pnpCallback(void* context);
+
+    /// A raw report. `data` may be null and `length` anything: what can be no report is dropped.
+    static void processPacketCallback(int device, const unsigned char* data, unsigned int length,
+                                      void* context);
+    /// Announces one report as one signal. What is no report is dropped.
+    void processPacket(const QByteArray& packet);
+
+    // Settings of every board in use. Whether a board takes them it does not tell.
+    void setPenReportMode(unsigned char pen, PenReportMode mode);
+    void setPenHardwareMode(unsigned char pen, PenHardwareMode mode);
+    void setTouchReportMode(TouchReportMode mode);
+    void setEraseReportMode(EraseReportMode mode);
+    void setGlintray(bool on); ///< the pointer light
+
+    /// Writes the command's bytes to one board. \return false where the driver refuses or there is
+    /// none
+    bool sendCommand(int device, const QByteArray& command);
+    /// Asks one board; its reply comes as touchStatus() with this device.
+    void getTouchStatus(int device);
+
+    // Hand a pen or touch contacts to the operating system, through the first board in use. Nothing
+    // is sent while there is no board.
+    void redirectPenEvent(PenEvent event);
+    void redirectTouchEvent(QList<TouchContact> contacts);
+
+    /// Ends the access to the boards: from here on the driver's callbacks lead nowhere. To be
+    /// called once, before the destruction.
+    void uninit();
+
     // What a report is, in the order in which they are asked: the first that says yes decides. A
     // buffer that is too short to have a tag is no report.
     static bool isPenPacket(const QByteArray& packet);
@@ -116,4 +177,34 @@ public:
     static QString dumpPacket(const QString& name, const unsigned char* data, unsigned int length);
 
     QRect m_screen; ///< the primary screen at construction, empty if there was none
+
+signals:
+    void pnpEvent();
+    /// `index` is the board's position in the driver's enumeration, not its device handle.
+    void deviceEnumerated(int index, const TavelHardware::DeviceInfo& info);
+    /// After all boards of one enumeration. The driver's count: boards that cannot be used as well.
+    void deviceEnumCount(int count);
+    void penEvent(const TavelHardware::PenEvent& event);
+    void touchEvent(const TavelHardware::TouchEvent& event);
+    void eraseEvent(const TavelHardware::EraseEvent& event);
+    void touchStatus(int index, const TavelHardware::TouchStatus& status);
+
+private:
+    enum class Pass { Enumerate, PlugAndPlay };
+
+    void run(Pass pass);
+    void enumerationPass();
+    void plugAndPlayPass();
+    QList<int> devices() const;
+    void publish(const QList<int>& devices);
+    void sendToAll(const QByteArray& command);
+
+    std::unique_ptr<AbstractHardwareWrapper> m_driver; ///< a TavelWrapper; null before init()
+    QList<int> m_devices; ///< handles of the boards in use; a pass sets it when it has finished
+    std::atomic<int> m_touchStatusDevice{0}; ///< the last one asked
+
+    mutable std::mutex m_devicesMutex; ///< guards m_devices
+    std::mutex m_passesMutex;          ///< guards m_passes
+    std::deque<Pass> m_passes;         ///< the one under way and those to come after it
+    CallbackGate m_gate{this};
 };

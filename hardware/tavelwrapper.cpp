@@ -15,7 +15,9 @@ constexpr unsigned char kFalse = 0;
 constexpr unsigned char kTrue = 1;
 
 template <typename Result, typename... Parameters, typename... Arguments>
-Result forward(Result (*entryPoint)(Parameters...), Result missing, Arguments&&... arguments) {
+Result forward(const std::atomic<Result (*)(Parameters...)>& slot, Result missing,
+               Arguments&&... arguments) {
+    const auto entryPoint = slot.load();
     return entryPoint == nullptr ? missing : entryPoint(std::forward<Arguments>(arguments)...);
 }
 
@@ -33,8 +35,6 @@ TavelWrapper::~TavelWrapper() {
         forward(m_driver.Detach, kNothing);
         dlclose(m_library);
     }
-    m_driver = {};
-    m_library = nullptr;
 }
 
 bool TavelWrapper::open() {
@@ -48,7 +48,8 @@ bool TavelWrapper::open() {
 
 void TavelWrapper::bind() {
 #define TAVEL_LOOK_UP(name)                                                                        \
-    m_driver.name = reinterpret_cast<decltype(m_driver.name)>(dlsym(m_library, "tavel" #name));
+    m_driver.name =                                                                                \
+        reinterpret_cast<decltype(m_driver.name.load())>(dlsym(m_library, "tavel" #name));
     TAVEL_ENTRY_POINTS(TAVEL_LOOK_UP)
 #undef TAVEL_LOOK_UP
 }
@@ -117,7 +118,8 @@ int TavelWrapper::SetPointingDeviceDestination(int device, unsigned char pen, bo
 int TavelWrapper::SetPointingDeviceDestinationEx(int device, unsigned char pen, bool flag,
                                                  unsigned char destination, bool extra) {
     return m_driver.SetPointingDeviceDestinationEx != nullptr
-               ? m_driver.SetPointingDeviceDestinationEx(device, pen, flag, destination, extra)
+               ? m_driver.SetPointingDeviceDestinationEx.load()(device, pen, flag, destination,
+                                                                extra)
                : SetPointingDeviceDestination(device, pen, flag, destination);
 }
 
@@ -131,7 +133,7 @@ int TavelWrapper::SetTouchDestination(int device, unsigned char destination) {
 
 int TavelWrapper::SetTouchDestinationEx(int device, unsigned char destination, bool extra) {
     return m_driver.SetTouchDestinationEx != nullptr
-               ? m_driver.SetTouchDestinationEx(device, destination, extra)
+               ? m_driver.SetTouchDestinationEx.load()(device, destination, extra)
                : SetTouchDestination(device, destination);
 }
 

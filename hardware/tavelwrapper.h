@@ -5,8 +5,8 @@
 
 /// The driver library, opened at run time, so that the program starts on a machine that has none.
 /// Owns the library's handle. A wrapper without a library is of use too: each of its operations
-/// gives its fallback. Keeps no lock, so whoever owns it sees to it that nothing is called while it
-/// attaches or goes.
+/// gives its fallback. Keeps no lock: any thread may call any operation of a library that is open,
+/// also while another attaches to it, but none while the wrapper goes.
 class TavelWrapper : public AbstractHardwareWrapper {
 public:
     /// Opens the library and attaches to it. Where that fails the loader's message goes to standard

@@ -1,37 +1,85 @@
 #include "input/osterly.h"
 
-#include "input/tolerance.h"
+#include <QCoreApplication>
+#include <QString>
+#include <QTimer>
+#include <cstdio>
 
-#include <QVector2D>
+namespace {
 
-Osterly::Osterly(QObject* parent) : QObject(parent) {}
+constexpr int kPens = 4;
+constexpr int kConfigDelay_ms = 2000; // a board that is plugged in takes that long to listen
 
-QPointF Osterly::Hoop::track(QPointF point, std::int32_t buttons, double radius) {
-    if (!down) {
-        x = point.x();
-        y = point.y();
-    } else {
-        const QPointF offset = point - QPointF(x, y);
-        const double distance = QVector2D(offset).length();
-        if (std::isinf(distance)) { // farther than single precision reaches: next to it, the ring
-                                    // is nothing
-            x = point.x();
-            y = point.y();
-        } else if (distance > radius) { // false, too, where it is not a number
-            const QPointF step = offset * (distance - radius) / distance;
-            x += step.x();
-            y += step.y();
-        }
+void write(const QString& text) {
+    std::fputs(text.toUtf8().constData(), stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+Osterly::Osterly(QObject* parent) : QObject(parent), hardware(new TavelHardware(this)) {
+    connect(hardware, SIGNAL(pnpEvent()), this, SLOT(in_pnp_event()));
+    // The hardware has no such signal, which the toolkit will say. Boards are announced by their
+    // number alone, on purpose.
+    connect(hardware, SIGNAL(deviceEnumerated(int, int)), this,
+            SLOT(in_device_enumerated(int, int)));
+    connect(hardware, SIGNAL(deviceEnumCount(int)), this, SLOT(in_device_enum_count(int)));
+    connect(hardware, SIGNAL(penEvent(const TavelHardware::PenEvent&)), this,
+            SLOT(in_pen_event(const TavelHardware::PenEvent&)));
+    connect(hardware, SIGNAL(touchEvent(const TavelHardware::TouchEvent&)), this,
+            SLOT(in_touch_event(const TavelHardware::TouchEvent&)));
+    connect(hardware, SIGNAL(eraseEvent(const TavelHardware::EraseEvent&)), this,
+            SLOT(in_erase_event(const TavelHardware::EraseEvent&)));
+    hardware->init();
+    configureHardware(false);
+}
+
+Osterly::~Osterly() {
+    configureHardware(true);
+    hardware->uninit();
+    // A timer that is still pending fires at nobody. The application has it to the end.
+    if (config_timer != nullptr)
+        config_timer->setParent(QCoreApplication::instance());
+}
+
+void Osterly::configureHardware(bool off) {
+    for (int i = 0; i < kPens; ++i) {
+        // The hardware mode counts pens from 0 and the report mode from 1: on purpose.
+        const auto pen = static_cast<unsigned char>(i);
+        hardware->setPenHardwareMode(pen, TavelHardware::PenHardwareMode::Standard);
+        const bool on = !off && !pen_disabled[i];
+        hardware->setPenReportMode(static_cast<unsigned char>(pen + 1),
+                                   on ? TavelHardware::PenReportMode::On
+                                      : TavelHardware::PenReportMode::Off);
     }
-    down = buttons != 0;
-    return {x, y};
+    hardware->setTouchReportMode(!off && !touch_disabled ? TavelHardware::TouchReportMode::On
+                                                         : TavelHardware::TouchReportMode::Off);
+    hardware->setEraseReportMode(!off && !erase_disabled ? TavelHardware::EraseReportMode::On
+                                                         : TavelHardware::EraseReportMode::Off);
 }
 
-bool operator==(const Osterly::Controls& a, const Osterly::Controls& b) {
-    return a.id == b.id && a.buttons == b.buttons && same_point(a.x, a.y, b.x, b.y) &&
-           same_point(a.radius_x, a.radius_y, b.radius_x, b.radius_y);
+void Osterly::in_pnp_event() {
+    write(QStringLiteral("PnP event.\n"));
 }
 
-bool operator!=(const Osterly::Controls& a, const Osterly::Controls& b) {
-    return !(a == b);
+void Osterly::in_device_enumerated(int maxPens, int maxTouch) {
+    write(QStringLiteral("Found device that supports up to %1 pens & %2 touches.\n")
+              .arg(maxPens)
+              .arg(maxTouch));
+}
+
+void Osterly::in_device_enum_count(int count) {
+    write(QStringLiteral("Enumerated %1 devices.\n").arg(count));
+    delete config_timer;
+    config_timer = new QTimer;
+    config_timer->setSingleShot(true);
+    config_timer->setInterval(kConfigDelay_ms);
+    connect(config_timer, &QTimer::timeout, this, &Osterly::in_config_delay_timeout);
+    config_timer->start();
+}
+
+void Osterly::in_config_delay_timeout() {
+    configureHardware(false);
+    delete config_timer;
+    config_timer = nullptr;
 }

@@ -1,12 +1,22 @@
 #pragma once
 
+#include "hardware/tavelhardware.h"
+
 #include <QObject>
 #include <QPointF>
 #include <cstdint>
+#include <map>
 #include <vector>
 
-/// The source of the boards' input. Lives in the GUI thread and emits there, directly: a receiver
-/// claims a contact by setting bit 0 of its `accepted` before it returns.
+class QTimer;
+
+/// The source of the boards' input. Owns the session with the boards, keeps them configured and
+/// turns their reports into Controls. A receiver claims a contact by setting bit 0 of its
+/// `accepted` before it returns from the signal; a pen or finger that nobody claims is handed to
+/// the operating system until it lifts, an eraser is dropped until then.
+///
+/// Lives in the GUI thread and emits there, directly. The converters keep what they know of
+/// contacts for the life of the process, so one thread alone may ever call them.
 class Osterly : public QObject {
     Q_OBJECT
 
@@ -56,12 +66,48 @@ public:
         return 512 + contact;
     } ///< contact: 0 to 127
 
+    /// Opens the session and switches all reports on. Where there is no driver nothing comes of it.
     explicit Osterly(QObject* parent);
+    /// Switches all reports off and ends the session.
+    ~Osterly() override;
+
+    /// Switches every board's reports off, or on but for those that are disabled.
+    void configureHardware(bool off);
+
+public slots:
+    void in_pnp_event();
+    /// Never called by the hardware, on purpose: its signal has another signature than the one that
+    /// this slot is connected to.
+    void in_device_enumerated(int maxPens, int maxTouch);
+    /// Configures the boards when this has not been called for two seconds.
+    void in_device_enum_count(int count);
+    void in_config_delay_timeout();
+    void in_pen_event(const TavelHardware::PenEvent& event);
+    void in_touch_event(const TavelHardware::TouchEvent& event);
+    void in_erase_event(const TavelHardware::EraseEvent& event);
 
 signals:
     void out_osterly_pen_event(Osterly::Controls& event);
     void out_osterly_touch_event(std::vector<Osterly::Controls>& event);
     void out_osterly_erase_event(std::vector<Osterly::Controls>& event);
+
+public:
+    TavelHardware* hardware;
+    std::vector<Controls> touch_contacts; ///< between reports: claimed and still down
+    std::vector<Controls> erase_contacts;
+    std::map<int, bool> redirected;   ///< contact id to: it is the operating system's, or dropped
+    std::map<int, bool> pen_disabled; ///< pen index 0 to 3. Nothing disables one yet, as below.
+    bool touch_disabled = false;
+    bool erase_disabled = false;
+    QTimer* config_timer = nullptr; ///< running, or null
+
+private:
+    using Hoops = std::map<int, Hoop>;
+
+    template <typename Contact>
+    QList<Contact> offer(const QList<Contact>& report, std::vector<Controls>& contacts,
+                         std::vector<Controls>& last, Hoops& hoops,
+                         void (Osterly::*out)(std::vector<Controls>&));
 };
 
 /// Whether two records tell the same of a contact: id, buttons, position and radii, the latter two
