@@ -21,8 +21,9 @@ Osterly::Osterly(QObject* parent) : QObject(parent), hardware(new TavelHardware(
     connect(hardware, SIGNAL(pnpEvent()), this, SLOT(in_pnp_event()));
     // The hardware has no such signal, which the toolkit will say. Boards are announced by their
     // number alone, on purpose.
-    connect(hardware, SIGNAL(deviceEnumerated(int, int)), this,
-            SLOT(in_device_enumerated(int, int)));
+    // clang-format off
+    connect(hardware, SIGNAL(deviceEnumerated(int,int)), this, SLOT(in_device_enumerated(int,int)));
+    // clang-format on
     connect(hardware, SIGNAL(deviceEnumCount(int)), this, SLOT(in_device_enum_count(int)));
     connect(hardware, SIGNAL(penEvent(const TavelHardware::PenEvent&)), this,
             SLOT(in_pen_event(const TavelHardware::PenEvent&)));

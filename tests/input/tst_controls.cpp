@@ -24,7 +24,7 @@ Controls changed(double Controls::*field, double by) {
 
 } // namespace
 
-class TestOsterly : public QObject {
+class TestControls : public QObject {
     Q_OBJECT
 
 private slots:
@@ -44,7 +44,7 @@ private slots:
     void the_receiver_of_a_signal_marks_the_emitters_record();
 };
 
-void TestOsterly::the_fields_stand_in_their_order() {
+void TestControls::the_fields_stand_in_their_order() {
     const Controls record{1, 2, 3, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0};
     QCOMPARE(record.id, 1);
     QCOMPARE(record.accepted, 2);
@@ -62,7 +62,7 @@ void TestOsterly::the_fields_stand_in_their_order() {
     QVERIFY(hoop.down);
 }
 
-void TestOsterly::the_id_tells_the_kind() {
+void TestControls::the_id_tells_the_kind() {
     QCOMPARE(Osterly::pen_id(0), -1);
     QCOMPARE(Osterly::pen_id(15), -16);
     QCOMPARE(Osterly::pen_id(0), Osterly::kMouseId);
@@ -72,7 +72,7 @@ void TestOsterly::the_id_tells_the_kind() {
     QCOMPARE(Osterly::erase_id(127), 639);
 }
 
-void TestOsterly::records_compare_by_what_they_tell_of_the_contact() {
+void TestControls::records_compare_by_what_they_tell_of_the_contact() {
     Controls other = kRecord;
     QVERIFY(other == kRecord);
     other.accepted = 1;
@@ -88,7 +88,7 @@ void TestOsterly::records_compare_by_what_they_tell_of_the_contact() {
     QVERIFY(other != kRecord);
 }
 
-void TestOsterly::coordinates_compare_within_an_absolute_tolerance_data() {
+void TestControls::coordinates_compare_within_an_absolute_tolerance_data() {
     QTest::addColumn<int>("field");
     QTest::addColumn<double>("by");
     QTest::addColumn<bool>("same");
@@ -101,7 +101,7 @@ void TestOsterly::coordinates_compare_within_an_absolute_tolerance_data() {
     }
 }
 
-void TestOsterly::coordinates_compare_within_an_absolute_tolerance() {
+void TestControls::coordinates_compare_within_an_absolute_tolerance() {
     QFETCH(const int, field);
     QFETCH(const double, by);
     QFETCH(const bool, same);
@@ -117,18 +117,18 @@ void TestOsterly::coordinates_compare_within_an_absolute_tolerance() {
     QVERIFY(far != farther);
 }
 
-void TestOsterly::a_record_that_is_not_a_number_equals_nothing() {
+void TestControls::a_record_that_is_not_a_number_equals_nothing() {
     const Controls record = changed(&Controls::x, std::numeric_limits<double>::quiet_NaN());
     QVERIFY(record != record);
 }
 
-void TestOsterly::the_first_report_sets_the_hoop() {
+void TestControls::the_first_report_sets_the_hoop() {
     Hoop hoop;
     QCOMPARE(hoop.track({0.25, 0.5}, 1, Osterly::kBoardHoopRadius), QPointF(0.25, 0.5));
     QVERIFY(hoop.down);
 }
 
-void TestOsterly::a_board_hoop_lands_on_each_new_point() {
+void TestControls::a_board_hoop_lands_on_each_new_point() {
     Hoop hoop;
     for (int unit : {0, 1, 32767, 12345, 12345, 65535, 54321, 2}) {
         const QPointF point(unit / 32768.0, (65535 - unit) / 32768.0);
@@ -137,7 +137,7 @@ void TestOsterly::a_board_hoop_lands_on_each_new_point() {
     }
 }
 
-void TestOsterly::a_hoop_that_was_up_jumps() {
+void TestControls::a_hoop_that_was_up_jumps() {
     Hoop hoop;
     hoop.track({10.0, 10.0}, 1, 3.0);
     hoop.track({12.0, 10.0}, 0, 3.0);
@@ -145,14 +145,14 @@ void TestOsterly::a_hoop_that_was_up_jumps() {
     QCOMPARE(hoop.track({12.0, 11.0}, 1, 3.0), QPointF(12.0, 11.0));
 }
 
-void TestOsterly::a_ring_trails_the_point_by_its_radius() {
+void TestControls::a_ring_trails_the_point_by_its_radius() {
     Hoop hoop;
     hoop.track({10.0, 20.0}, 1, 3.0);
     QCOMPARE(hoop.track({15.0, 20.0}, 1, 3.0), QPointF(12.0, 20.0));
     QCOMPARE(hoop.track({12.0, 10.0}, 1, 3.0), QPointF(12.0, 13.0));
 }
 
-void TestOsterly::a_point_within_the_ring_leaves_the_centre() {
+void TestControls::a_point_within_the_ring_leaves_the_centre() {
     Hoop hoop;
     hoop.track({10.0, 20.0}, 1, 3.0);
     QCOMPARE(hoop.track({12.0, 20.0}, 1, 3.0), QPointF(10.0, 20.0));
@@ -160,7 +160,7 @@ void TestOsterly::a_point_within_the_ring_leaves_the_centre() {
     QCOMPARE(hoop.track({10.0, 20.0}, 1, 0.0), QPointF(10.0, 20.0));
 }
 
-void TestOsterly::a_point_that_is_not_a_number_leaves_a_dragged_hoop() {
+void TestControls::a_point_that_is_not_a_number_leaves_a_dragged_hoop() {
     Hoop hoop;
     hoop.track({0.25, 0.5}, 1, 0.0);
     const double nan = std::numeric_limits<double>::quiet_NaN();
@@ -168,14 +168,14 @@ void TestOsterly::a_point_that_is_not_a_number_leaves_a_dragged_hoop() {
     QCOMPARE(hoop.track({0.75, 0.5}, 1, 0.0), QPointF(0.75, 0.5));
 }
 
-void TestOsterly::a_point_out_of_single_precision_takes_the_hoop_with_it() {
+void TestControls::a_point_out_of_single_precision_takes_the_hoop_with_it() {
     Hoop hoop;
     hoop.track({0.0, 0.0}, 1, 3.0);
     QCOMPARE(hoop.track({1e300, 0.0}, 1, 3.0), QPointF(1e300, 0.0));
     QCOMPARE(hoop.track({8.0, 0.0}, 1, 3.0), QPointF(8.0, 0.0));
 }
 
-void TestOsterly::the_receiver_of_a_signal_marks_the_emitters_record() {
+void TestControls::the_receiver_of_a_signal_marks_the_emitters_record() {
     Osterly osterly(nullptr);
     connect(&osterly, &Osterly::out_osterly_pen_event,
             [](Controls& event) { event.accepted |= Osterly::kClaimed; });
@@ -195,5 +195,5 @@ void TestOsterly::the_receiver_of_a_signal_marks_the_emitters_record() {
     QCOMPARE(contacts[0].accepted, 1);
 }
 
-QTEST_GUILESS_MAIN(TestOsterly)
-#include "tst_osterly.moc"
+QTEST_GUILESS_MAIN(TestControls)
+#include "tst_controls.moc"
