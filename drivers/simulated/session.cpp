@@ -1,0 +1,270 @@
+#include "drivers/simulated/session.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kNoDevice = 0; // the key of what belongs to no board
+constexpr char kCommandEnd = '\r';
+
+// How long a playback that is not paced waits for the program to configure a board. It takes the
+// program two seconds after an enumeration.
+constexpr auto kPatience = 10s;
+
+void putNumber(_TAVEL_DEVICE_INFO& info, std::size_t offset, std::int32_t value) {
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        info.bytes[offset + i] =
+            static_cast<unsigned char>(static_cast<std::uint32_t>(value) >> 8 * i);
+}
+
+std::int32_t numberAt(const _TAVEL_DEVICE_INFO& info, std::size_t offset) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        value |= static_cast<std::uint32_t>(info.bytes[offset + i]) << 8 * i;
+    return static_cast<std::int32_t>(value);
+}
+
+} // namespace
+
+std::shared_ptr<Session> Session::begin(Playlist playlist) {
+    const std::shared_ptr<Session> session(new Session(std::move(playlist)));
+    session->m_thread = std::thread([session] { session->run(); });
+    return session;
+}
+
+Session::Session(Playlist playlist)
+    : m_playback(std::move(playlist)), m_firstBoards(m_playback.takeFirstBoards()) {
+    for (const CapturedPlug& plug : m_firstBoards)
+        m_boards.emplace_back(plug);
+}
+
+std::thread Session::end() {
+    {
+        const auto lock = locked();
+        m_isOver = true;
+    }
+    m_changed.notify_all();
+    m_packetCallbacks.removeAll();
+    m_pnpCallbacks.removeAll();
+    m_channels.closeAll();
+    std::thread thread = std::move(m_thread);
+    if (thread.get_id() != std::this_thread::get_id())
+        thread.join();
+    return thread;
+}
+
+bool Session::setCallback(int device, TavelPacketCallback callback, void* context) {
+    if (callback == nullptr)
+        return false;
+    return withBoard(device, [this, device, callback, context](Board&) {
+        m_packetCallbacks.add(device, callback, context);
+    });
+}
+
+void Session::setPnpCallback(TavelPnpCallback callback, void* context) {
+    if (callback != nullptr)
+        m_pnpCallbacks.add(kNoDevice, callback, context);
+}
+
+bool Session::clearCallback(int device, TavelPacketCallback callback, void* context) {
+    if (m_packetCallbacks.remove(device, callback, context))
+        return true;
+    // By way of void (*)(), which the compiler takes as the word that this is meant.
+    const auto pnpCallback =
+        reinterpret_cast<TavelPnpCallback>(reinterpret_cast<void (*)()>(callback));
+    return device == kNoDevice && m_pnpCallbacks.remove(kNoDevice, pnpCallback, context);
+}
+
+int Session::countBoards() {
+    int count = 0;
+    {
+        const auto lock = locked();
+        m_isCounted = true;
+        count = static_cast<int>(m_boards.size());
+    }
+    m_changed.notify_all();
+    return count;
+}
+
+bool Session::describeBoard(int index, _TAVEL_DEVICE_INFO* info) const {
+    if (info == nullptr ||
+        numberAt(*info, _TAVEL_DEVICE_INFO::kFormatTagOffset) != _TAVEL_DEVICE_INFO::kFormatTag)
+        return false;
+    const auto lock = locked();
+    if (index < 0 || static_cast<std::size_t>(index) >= m_boards.size())
+        return false;
+    const CapturedPlug& board = m_boards[static_cast<std::size_t>(index)].plug();
+    putNumber(*info, _TAVEL_DEVICE_INFO::kStateOffset, board.state);
+    putNumber(*info, _TAVEL_DEVICE_INFO::kDeviceOffset, board.device);
+    unsigned char* const text = info->bytes + _TAVEL_DEVICE_INFO::kAdditionalInfoOffset;
+    *std::copy(board.info.begin(), board.info.end(), text) = 0;
+    return true;
+}
+
+bool Session::obey(int device, std::string_view commands) {
+    return withBoard(device, [this, device, commands](Board& board) {
+        std::string_view rest = commands;
+        for (auto end = rest.find(kCommandEnd); end != std::string_view::npos;
+             end = rest.find(kCommandEnd)) {
+            if (board.obey(rest.substr(0, end)))
+                m_outbox.push_back({device, board.touchStatus(), true});
+            rest.remove_prefix(end + 1);
+        }
+    });
+}
+
+bool Session::send(int device, ReportBytes bytes, bool isReport) {
+    return withBoard(device, [this, device, &bytes, isReport](Board&) {
+        m_outbox.push_back({device, std::move(bytes), isReport});
+    });
+}
+
+void Session::run() {
+    auto lock = locked();
+    while (!m_isOver) {
+        const auto now = Playback::Clock::now();
+        if (!m_playback.hasStarted() && isReady())
+            m_playback.start(now);
+        const auto next = due(now);
+        if (!m_outbox.empty()) {
+            const Packet packet = std::move(m_outbox.front());
+            m_outbox.pop_front();
+            transmit(lock, packet);
+        } else if (!next) {
+            m_changed.wait(lock);
+        } else if (now < *next) {
+            m_changed.wait_until(lock, *next);
+        } else {
+            play(lock);
+        }
+    }
+}
+
+bool Session::isReady() const {
+    const auto isUsable = [](const Board& board) { return board.isUsable(); };
+    if (std::none_of(m_boards.begin(), m_boards.end(), isUsable))
+        return m_isCounted;
+    return std::any_of(m_boards.begin(), m_boards.end(), [this](const Board& board) {
+        return board.isUsable() && board.hasMask() && m_packetCallbacks.has(board.device());
+    });
+}
+
+std::optional<Playback::Clock::time_point> Session::due(Playback::Clock::time_point now) {
+    const auto next = m_playback.due();
+    const CaptureEvent* const event = m_playback.next();
+    const auto* const report =
+        event == nullptr ? nullptr : std::get_if<CapturedReport>(&event->what);
+    if (!next || !m_playback.isUnpaced() || report == nullptr || !isAwaited(*report)) {
+        m_patience.reset();
+        return next;
+    }
+    if (!m_patience)
+        m_patience = now + kPatience;
+    if (now >= *m_patience)
+        m_neglected.insert(report->device);
+    return m_patience;
+}
+
+/// Whether the program is still to say if it wants the report.
+bool Session::isAwaited(const CapturedReport& report) const {
+    const Board* const board = find(report.device);
+    return board != nullptr && board->isUsable() && m_neglected.count(report.device) == 0 &&
+           (!m_packetCallbacks.has(report.device) || !board->isToldOf(contentOf(report.bytes)));
+}
+
+void Session::play(std::unique_lock<std::mutex>& lock) {
+    const CaptureEvent* event = m_playback.next();
+    if (event == nullptr) {
+        m_playback.rewind(Playback::Clock::now());
+        if (restoreFirstBoards())
+            notify(lock);
+        return;
+    }
+    if (const auto* const report = std::get_if<CapturedReport>(&event->what)) {
+        m_playback.advance();
+        transmit(lock, {report->device, report->bytes, true});
+        return;
+    }
+    // One notice for all that comes and goes at once.
+    const auto time = event->time;
+    while (event != nullptr && event->time == time && changeBoards(*event)) {
+        m_playback.advance();
+        event = m_playback.next();
+    }
+    notify(lock);
+}
+
+/// \return false where the event is no change of boards
+bool Session::changeBoards(const CaptureEvent& event) {
+    if (const auto* const plug = std::get_if<CapturedPlug>(&event.what)) {
+        m_boards.emplace_back(*plug);
+        return true;
+    }
+    const auto* const unplug = std::get_if<CapturedUnplug>(&event.what);
+    if (unplug == nullptr)
+        return false;
+    m_neglected.erase(unplug->device);
+    m_boards.erase(
+        std::remove_if(m_boards.begin(), m_boards.end(),
+                       [unplug](const Board& board) { return board.device() == unplug->device; }),
+        m_boards.end());
+    return true;
+}
+
+/// \return whether that changed anything
+bool Session::restoreFirstBoards() {
+    const auto isFirst = [this](const Board& board) {
+        return std::find(m_firstBoards.begin(), m_firstBoards.end(), board.plug()) !=
+               m_firstBoards.end();
+    };
+    const auto gone = std::stable_partition(m_boards.begin(), m_boards.end(), isFirst);
+    bool hasChanged = gone != m_boards.end();
+    m_boards.erase(gone, m_boards.end());
+    for (const CapturedPlug& plug : m_firstBoards) {
+        if (find(plug.device) != nullptr)
+            continue;
+        m_boards.emplace_back(plug);
+        hasChanged = true;
+    }
+    return hasChanged;
+}
+
+void Session::transmit(std::unique_lock<std::mutex>& lock, const Packet& packet) {
+    Board* const board = find(packet.device);
+    if (board == nullptr)
+        return;
+    const ReportContent content = packet.isReport ? contentOf(packet.bytes) : ReportContent();
+    board->sense(content);
+    const bool isSent = board->transmits(content);
+    lock.unlock();
+    if (isSent) {
+        m_packetCallbacks.call(packet.device, packet.device, packet.bytes.data(),
+                               static_cast<unsigned int>(packet.bytes.size()));
+        m_channels.deliver(packet.device, packet.bytes);
+    }
+    lock = locked();
+}
+
+void Session::notify(std::unique_lock<std::mutex>& lock) {
+    lock.unlock();
+    m_pnpCallbacks.call(kNoDevice);
+    lock = locked();
+}
+
+std::unique_lock<std::mutex> Session::locked() const {
+    const std::lock_guard turn(m_turn);
+    return std::unique_lock(m_mutex);
+}
+
+Board* Session::find(int device) {
+    const auto found = std::find_if(m_boards.begin(), m_boards.end(), [device](const Board& board) {
+        return board.device() == device;
+    });
+    return found == m_boards.end() ? nullptr : &*found;
+}
+
+const Board* Session::find(int device) const {
+    return const_cast<Session*>(this)->find(device); // NOLINT: it changes nothing
+}
