@@ -53,3 +53,27 @@ build() {
     step "Building in $folder"
     cmake --build "$folder"
 }
+
+# The program alone, as a release, in a folder of its own.
+program_folder=build/run
+program=$program_folder/app/kestrune
+
+install_for_the_program() {
+    local packages=("${build_packages[@]}")
+    [[ -n ${DISPLAY:-} ]] || packages+=("${screen_packages[@]}")
+    install_packages "${packages[@]}"
+}
+
+build_the_program() {
+    build release "$program_folder" -D KESTRUNE_BUILD_TESTS=OFF -D KESTRUNE_BUILD_BENCHMARKS=OFF
+}
+
+# Starts it on the display, or where there is none on a virtual one.
+start_the_program() {
+    if [[ -n ${DISPLAY:-} ]]; then
+        step "Starting $program: H shows or hides its keys, Escape ends it."
+        exec "$program"
+    fi
+    step "No display: starting $program in a virtual one."
+    exec scripts/show-off-screen.sh "$program" "$program_folder/screenshots"
+}

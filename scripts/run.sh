@@ -1,22 +1,43 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds a release and starts the program. Where there is no display, it
-# runs in a virtual X server, is worked for some seconds with a pointer and keys, and leaves screenshots.
+# Installs what is missing, builds a release and starts the program, on the boards where the board
+# maker's driver library is installed and on a simulated board otherwise.
+#
+#   scripts/run.sh
+#   scripts/run.sh --simulated      on the simulated board in any case
+#   scripts/run.sh --capture FILE   on a simulated board that plays what was recorded
+#
+# Where there is no display, it runs in a virtual X server, is worked for some seconds with a pointer
+# and keys, and leaves screenshots.
+called_from=$PWD
 source "$(dirname "$0")/common.sh"
+source scripts/board-driver.sh
 
-[[ $# -eq 0 ]] || fail "it takes no arguments"
+usage="usage: scripts/run.sh [--simulated | --capture FILE]"
+simulated=
+capture=
+case $#:${1:-} in
+0:) ;;
+1:--simulated) simulated=yes ;;
+2:--capture)
+    simulated=yes
+    capture=$(cd "$called_from" && realpath -m -- "$2")
+    [[ -r $capture ]] || fail "cannot read $2"
+    ;;
+*) fail "$usage" ;;
+esac
 
-build_folder=build/run
-program=$build_folder/app/kestrune
+install_for_the_program
+build_the_program
 
-packages=("${build_packages[@]}")
-[[ -n ${DISPLAY:-} ]] || packages+=("${screen_packages[@]}")
-install_packages "${packages[@]}"
-build release "$build_folder" -D KESTRUNE_BUILD_TESTS=OFF -D KESTRUNE_BUILD_BENCHMARKS=OFF
-
-if [[ -n ${DISPLAY:-} ]]; then
-    step "Starting $program: H shows or hides its keys, Escape ends it."
-    exec "$program"
+if [[ -z $simulated && -n $(installed_driver) ]]; then
+    step "Boards: those of the driver library $(installed_driver)"
+else
+    use_driver "$program_folder/drivers/simulated/$driver_library"
+    if [[ -n $capture ]]; then
+        export KESTRUNE_CAPTURE=$capture
+        step "Boards: a simulated one that plays $capture"
+    else
+        step "Boards: a simulated one"
+    fi
 fi
-
-step "No display: starting $program in a virtual one."
-exec scripts/show-off-screen.sh "$program" "$build_folder/screenshots"
+start_the_program

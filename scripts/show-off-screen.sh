@@ -62,17 +62,19 @@ curve() {
     done
 }
 
-step "Drawing on the test cards"
+step "Watching the boards, and drawing on the test cards with the mouse"
 shoot 1-help
 xdotool key g
+sleep 5 # a simulated board writes with its pens first
+shoot 2-pens-on-the-grid
+sleep 6 # and then draws with its fingers; the mouse is one with pen 0, so it takes its turn now
+xdotool key BackSpace s
 curve 300
-shoot 2-grid-with-a-stroke-and-its-marker
-xdotool mouseup 1 key s 9 space
+shoot 3-shapes-with-the-mouse-and-its-marker
+xdotool mouseup 1 key space 9
 curve 700
-xdotool mouseup 1
-shoot 3-shapes-with-two-strokes
-xdotool key c
-shoot 4-colours
+xdotool mouseup 1 key c
+shoot 4-colours-with-two-strokes
 xdotool key h Return
 shoot 5-window
 
