@@ -140,6 +140,8 @@ public:
 
 private:
     void add_tag(QPointF corner);
+
+    std::vector<QPainterPath> m_lines; ///< m_text, line by line
 };
 
 class Pen : public EventItem {
