@@ -57,7 +57,7 @@ KestruneDialog::KestruneDialog(QWidget* parent) : QDialog(parent) {
     connect(m_timer, SIGNAL(timeout()), this, SLOT(in_timer_update()));
     m_timer->start(kFrame_ms);
 
-    showFullScreen();
+    show_full_screen();
 }
 
 KestruneDialog::~KestruneDialog() {
@@ -190,9 +190,15 @@ void KestruneDialog::toggle_full_screen() {
         showNormal();
         setGeometry(normal_geometry());
     } else {
-        showFullScreen();
+        show_full_screen();
     }
     m_full_screen = !m_full_screen;
+}
+
+/// Covers the screen also where no window manager makes the window as large as its state says.
+void KestruneDialog::show_full_screen() {
+    setGeometry(screen_geometry());
+    showFullScreen();
 }
 
 /// Where the window stands when it is not full screen: in the middle of its screen, three quarters

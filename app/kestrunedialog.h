@@ -59,4 +59,5 @@ private:
     void route(Contacts& records, WidgetMap& bindings, BatchMap& batches,
                void (ItemView::*deliver)(Contacts const&));
     void toggle_full_screen();
+    void show_full_screen();
 };
