@@ -11,19 +11,21 @@
 #include <QScreen>
 #include <QStackedLayout>
 #include <QTimer>
+#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 
 constexpr int kFrame_ms = 16;
 
 /// `origin` plus the part of an extent that a normalised coordinate is. What is not a number lies
-/// on no screen.
+/// on no screen. No point is so far off that its difference to a window's position overflows.
 int on_screen(int origin, int extent, double normalised) {
+    constexpr std::int64_t farthest = 1 << 30;
     if (std::isnan(normalised))
-        return std::numeric_limits<int>::min();
-    return to_int(std::int64_t{origin} + integer_part(extent * normalised));
+        return -farthest;
+    return static_cast<int>(
+        std::clamp(origin + std::int64_t{integer_part(extent * normalised)}, -farthest, farthest));
 }
 
 /// The pixel in place of the normalised coordinate; what is not a number stays so.
