@@ -1,0 +1,114 @@
+#include "tests/gui/desktop.h"
+
+#include "tests/gui/expected_pictures.h"
+
+#include <QDeadlineTimer>
+#include <QRegularExpression>
+#include <QThread>
+#include <QtTest>
+
+namespace {
+
+constexpr int kPatience_ms = 10000;
+constexpr int kBetweenLooks_ms = 10;
+
+/// What the program writes to the standard error where there is no driver of boards: of a
+/// connection that the toolkit refuses, in debug builds with its place, and the loader's message.
+const QRegularExpression kStandardError(QRegularExpression::anchoredPattern(
+    QStringLiteral("QObject::connect: No such signal TavelHardware::deviceEnumerated\\(int,int\\)"
+                   "( in [^\n]*:[0-9]+)?\n"
+                   "libtavelboardex\\.so\\.1: cannot open shared object file: "
+                   "No such file or directory")));
+
+/// White where the pictures are the same.
+QImage difference(const QImage& shown, const QImage& expected) {
+    QImage result(expected.size(), QImage::Format_RGB32);
+    for (int y = 0; y < expected.height(); ++y) {
+        for (int x = 0; x < expected.width(); ++x) {
+            const bool is_same = shown.valid(x, y) && shown.pixel(x, y) == expected.pixel(x, y);
+            result.setPixel(x, y, is_same ? qRgb(255, 255, 255) : qRgb(255, 0, 0));
+        }
+    }
+    return result;
+}
+
+/// Where the pictures of the running test go: its name, and the end of the name of a picture.
+QString picture_path(const char* picture) {
+    const QString row =
+        QString::fromUtf8(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('_'));
+    return QStringLiteral(KESTRUNE_SHOT_FOLDER "/%1-%2-%3.png")
+        .arg(QLatin1String(QTest::currentTestFunction()), row, QLatin1String(picture));
+}
+
+} // namespace
+
+bool Desktop::fail(const QString& why) {
+    m_why = why.toLocal8Bit();
+    return false;
+}
+
+bool Desktop::start(QSize screen, XSession::WindowManager manager) {
+    m_screen = screen;
+    if (!m_session.start(screen, manager))
+        return fail(m_session.error());
+    m_program = start_another();
+    return shows(expected::help(screen)) && (manager == XSession::NoManager || has_keyboard());
+}
+
+std::unique_ptr<BoundProcess> Desktop::start_another() {
+    auto program = std::make_unique<BoundProcess>();
+    program->setProcessEnvironment(m_session.environment());
+    program->start(QStringLiteral(KESTRUNE_PROGRAM), QStringList());
+    return program;
+}
+
+bool Desktop::drive(const QString& commands) {
+    return m_session.drive(commands) || fail(m_session.error());
+}
+
+bool Desktop::shows(const QImage& picture, QRect part) {
+    const QDeadlineTimer deadline(kPatience_ms);
+    for (;;) {
+        const QImage shot = m_session.shot();
+        if (shot.isNull())
+            return fail(m_session.error());
+        const QImage shown = shot.copy(part);
+        if (shown == picture)
+            return true;
+        if (deadline.hasExpired()) {
+            shown.save(picture_path("shown"));
+            picture.save(picture_path("expected"));
+            difference(shown, picture).save(picture_path("difference"));
+            return fail(QStringLiteral("Not what is expected; see ") + picture_path("difference"));
+        }
+        QThread::msleep(kBetweenLooks_ms);
+    }
+}
+
+bool Desktop::has_keyboard(const BoundProcess& program) {
+    const QDeadlineTimer deadline(kPatience_ms);
+    while (m_session.active_process() != program.processId()) {
+        if (deadline.hasExpired())
+            return fail(QStringLiteral("The program's window has not got the keyboard"));
+        QThread::msleep(kBetweenLooks_ms);
+    }
+    return true;
+}
+
+bool Desktop::escape_ends(BoundProcess& program) {
+    if (!drive(QStringLiteral("key Escape")))
+        return false;
+    program.waitForFinished(kPatience_ms);
+    if (program.state() != QProcess::NotRunning)
+        return fail(QStringLiteral("The program goes on after Escape"));
+    const QString output = QString::fromLocal8Bit(program.readAllStandardOutput());
+    const QString errors = QString::fromLocal8Bit(program.readAllStandardError());
+    if (program.exitStatus() != QProcess::NormalExit || program.exitCode() != 0)
+        return fail(QStringLiteral("The program ends with status %1: %2")
+                        .arg(program.exitCode())
+                        .arg(errors));
+    if (!output.isEmpty() || !kStandardError.match(errors).hasMatch())
+        return fail(QStringLiteral("The program writes \"%1\" and to the standard error \"%2\"")
+                        .arg(output, errors));
+    return true;
+}

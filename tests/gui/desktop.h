@@ -1,0 +1,50 @@
+#pragma once
+
+#include "tests/support/x_session.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QRect>
+#include <memory>
+
+/// A screen with the program on it. The functions that return bool wait for what they tell, 10 s at
+/// most, and give the reason in why() where it does not come.
+class Desktop {
+public:
+    /// Starts the session and in it the program, until it shows its help on the whole screen.
+    bool start(QSize screen = QSize(1280, 720),
+               XSession::WindowManager manager = XSession::Openbox);
+
+    /// Starts the program once more.
+    std::unique_ptr<BoundProcess> start_another();
+
+    /// Gives xdotool its commands.
+    bool drive(const QString& commands);
+
+    /// Whether the screen, or that part of it, comes to show the picture. Pictures that it does not
+    /// show are written into the build folder, with what is shown and the difference.
+    bool shows(const QImage& picture) { return shows(picture, QRect(QPoint(0, 0), m_screen)); }
+    bool shows(const QImage& picture, QRect part);
+
+    /// What the screen shows now.
+    QImage shot() { return m_session.shot(); }
+    QSize screen() const { return m_screen; }
+
+    bool has_keyboard(const BoundProcess& program);
+    bool has_keyboard() { return has_keyboard(*m_program); }
+
+    /// Presses Escape. Whether the program then ends with status 0 and has written nothing but that
+    /// it has no driver.
+    bool escape_ends(BoundProcess& program);
+    bool escape_ends() { return escape_ends(*m_program); }
+
+    const char* why() const { return m_why.constData(); }
+
+private:
+    bool fail(const QString& why);
+
+    XSession m_session;
+    QSize m_screen;
+    std::unique_ptr<BoundProcess> m_program;
+    QByteArray m_why;
+};
