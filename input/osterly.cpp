@@ -74,6 +74,7 @@ void Osterly::in_device_enum_count(int count) {
     delete config_timer;
     config_timer = new QTimer;
     config_timer->setSingleShot(true);
+    config_timer->setTimerType(Qt::PreciseTimer); // else up to a tenth of a second too early
     config_timer->setInterval(kConfigDelay_ms);
     connect(config_timer, &QTimer::timeout, this, &Osterly::in_config_delay_timeout);
     config_timer->start();
