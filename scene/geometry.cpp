@@ -1,5 +1,7 @@
 #include "scene/geometry.h"
 
+#include <algorithm>
+
 QVector2D nearest_point_on_line(QVector2D const& p, QVector2D const& a, QVector2D const& b) {
     const QVector2D ab = b - a;
     const QVector2D ap = p - a;
@@ -24,7 +26,8 @@ QVector2D nearest_point_on_polygon(QPolygonF const& polygon, int skip, QVector2D
 
     const auto point = [&polygon](int i) { return QVector2D(polygon.at(i)); };
     float best = distance_squared_to_line(p, point(0), point(1));
-    for (int i = 1; i < polygon.size() - skip - 1; ++i) {
+    const int segments = polygon.size() - 1 - std::max(skip, 0);
+    for (int i = 1; i < segments; ++i) {
         const float distance = distance_squared_to_line(p, point(i), point(i + 1));
         if (distance <= best) {
             best = distance;
