@@ -113,7 +113,7 @@ std::shared_ptr<Item> ItemView::hit_item(Osterly::Controls const& c) {
 
 /// The item that has the contact. A contact that nobody has starts here, on the item under it or on
 /// none.
-std::shared_ptr<Item> ItemView::grab(GrabMap& grabs, Osterly::Controls const& c) {
+std::shared_ptr<Item> ItemView::captured_by(GrabMap& grabs, Osterly::Controls const& c) {
     const auto entry = grabs.find(c.id);
     if (entry != grabs.end())
         return entry->second;
@@ -122,7 +122,7 @@ std::shared_ptr<Item> ItemView::grab(GrabMap& grabs, Osterly::Controls const& c)
 
 void ItemView::in_pen_event(Osterly::Controls const& c) {
     Osterly::Controls w = c;
-    if (const auto item = grab(m_pen_grab_map, c)) {
+    if (const auto item = captured_by(m_pen_grab_map, c)) {
         w = mapped(c, *item);
         item->pen_event(w);
     } else {
@@ -160,7 +160,7 @@ void ItemView::route(Contacts const& contacts, GrabMap& grabs, BatchMap& batches
                      void (Item::*deliver)(Contacts const&),
                      void (ItemView::*leave)(Contacts const&)) {
     for (Osterly::Controls const& c : contacts) {
-        const auto item = grab(grabs, c);
+        const auto item = captured_by(grabs, c);
         batches[item.get()].push_back(item ? mapped(c, *item) : c);
     }
     // The null key comes first, then the items by address: not in z-order, on purpose.

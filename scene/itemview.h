@@ -85,7 +85,7 @@ public:
     std::vector<std::shared_ptr<Item>> m_items; ///< from the bottom to the top
 
 private:
-    std::shared_ptr<Item> grab(GrabMap& grabs, Osterly::Controls const& c);
+    std::shared_ptr<Item> captured_by(GrabMap& grabs, Osterly::Controls const& c);
     void route(Contacts const& contacts, GrabMap& grabs, BatchMap& batches,
                void (Item::*deliver)(Contacts const&), void (ItemView::*leave)(Contacts const&));
     bool mouse_event(QMouseEvent* e);
