@@ -36,6 +36,9 @@ ItemView::ItemView(int transparent) : m_transparent(transparent != 0) {
     setStyleSheet(m_transparent ? QStringLiteral("background-color: transparent;")
                                 : QStringLiteral("background-color: white;"));
     setAttribute(Qt::WA_TranslucentBackground, m_transparent);
+    // A style sheet with a background ends the filling as soon as the view is polished; of a class
+    // of one's own, the toolkit then draws it only with this attribute.
+    setAttribute(Qt::WA_StyledBackground, !m_transparent);
 }
 
 ItemView::~ItemView() = default;
