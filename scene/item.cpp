@@ -40,6 +40,7 @@ QPointF Item::map_from(QPointF p) const {
 }
 
 void Item::update_begin() {
+    update_end(); // std::async() starts its thread before the assignment below lets go of the last
     if (m_flags == Geometry)
         update_impl();
     else
