@@ -48,7 +48,7 @@ EventItem::EventItem(QPointF pos, QColor color) : Item(pos, 0.0F, 1.0F, 0), m_co
 }
 
 EventItem::~EventItem() {
-    update_end(); // before the paths go that the update thread may still be building
+    update_end();
 }
 
 void EventItem::refresh(Osterly::Controls const& c) {

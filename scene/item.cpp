@@ -12,7 +12,7 @@ Item::Item(QPointF pos, float angle, float scale, int id)
 }
 
 Item::~Item() {
-    update_end(); // before anything goes that the update thread may still be using
+    update_end();
 }
 
 void Item::set_transforms() {

@@ -43,6 +43,8 @@ public:
 
     /// `pos` in pixels of the view, `angle` in degrees (clockwise on the screen).
     Item(QPointF pos, float angle, float scale, int id);
+    /// Waits for the update. Each subclass does so too, in a destructor of its own: by now, the
+    /// update would meet only what is left of it.
     ~Item() override;
 
     /// Contacts of the item, x and y in its local coordinates, the other fields as the view got
@@ -149,6 +151,7 @@ class Pen : public EventItem {
 
 public:
     using EventItem::EventItem;
+    ~Pen() override { update_end(); }
     void pen_event(Osterly::Controls const&) override {}
 };
 
@@ -157,6 +160,7 @@ class Touch : public EventItem {
 
 public:
     using EventItem::EventItem;
+    ~Touch() override { update_end(); }
     void pen_event(Osterly::Controls const&) override {}
 };
 
@@ -165,5 +169,6 @@ class Erase : public EventItem {
 
 public:
     using EventItem::EventItem;
+    ~Erase() override { update_end(); }
     void pen_event(Osterly::Controls const&) override {}
 };
