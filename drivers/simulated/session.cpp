@@ -11,7 +11,7 @@ constexpr char kCommandEnd = '\r';
 
 // How long a playback that is not paced waits for the program to configure a board. It takes the
 // program two seconds after an enumeration.
-constexpr auto kPatience = 10s;
+constexpr auto kPatience = 5s;
 
 void putNumber(_TAVEL_DEVICE_INFO& info, std::size_t offset, std::int32_t value) {
     for (std::size_t i = 0; i < sizeof value; ++i)
@@ -93,7 +93,7 @@ bool Session::describeBoard(int index, _TAVEL_DEVICE_INFO* info) const {
         numberAt(*info, _TAVEL_DEVICE_INFO::kFormatTagOffset) != _TAVEL_DEVICE_INFO::kFormatTag)
         return false;
     const auto lock = locked();
-    if (index < 0 || static_cast<std::size_t>(index) >= m_boards.size())
+    if (static_cast<std::size_t>(index) >= m_boards.size())
         return false;
     const CapturedPlug& board = m_boards[static_cast<std::size_t>(index)].plug();
     putNumber(*info, _TAVEL_DEVICE_INFO::kStateOffset, board.state);
