@@ -40,11 +40,12 @@ QPointF Item::map_from(QPointF p) const {
 }
 
 void Item::update_begin() {
-    update_end(); // std::async() starts its thread before the assignment below lets go of the last
-    if (m_flags == Geometry)
+    if (m_flags == Geometry) {
         update_impl();
-    else
-        m_update = std::async(std::launch::async, &Item::update_impl, this);
+        return;
+    }
+    update_end(); // std::async() starts its thread before the assignment lets go of the last one
+    m_update = std::async(std::launch::async, &Item::update_impl, this);
 }
 
 void Item::update_end() {
