@@ -82,6 +82,7 @@ void draw_part(QPainter& painter, QImage const& layer, QRect const& rect) {
 } // namespace
 
 StrokesView::StrokesView() : ItemView(0) {
+    setAttribute(Qt::WA_OpaquePaintEvent); // the layers cover it, so its background is not painted
     connect(this, &ItemView::out_pen_event, this, &StrokesView::my_pen_event);
     connect(this, &ItemView::out_touch_event, this, &StrokesView::my_touch_event);
     connect(this, &ItemView::out_erase_event, this, &StrokesView::my_erase_event);
@@ -299,6 +300,8 @@ void StrokesView::paintEvent(QPaintEvent* event) {
 void StrokesView::paint_layers(QRegion const& region) {
     QPainter painter(this);
     for (QRect const& rect : region) {
+        if (!m_test_image || !m_test_image->rect().contains(rect))
+            painter.fillRect(rect, Qt::white);
         for (auto const* layer : {&m_test_image, &m_strokes_image}) {
             if (*layer)
                 draw_part(painter, **layer, rect);
