@@ -164,21 +164,34 @@ QSize help_size() {
 
 Strokes::Strokes(QSize view) : m_layer(transparent(view)) {}
 
+Strokes& Strokes::in(QColor color) {
+    m_color = color;
+    return *this;
+}
+
 Strokes& Strokes::dot(QPoint at, double width) {
     QPainter painter(&m_layer);
     painter.setRenderHint(QPainter::Antialiasing);
+    if (m_color == Qt::white)
+        painter.setCompositionMode(QPainter::CompositionMode_Clear);
     QPainterPath path;
     path.addEllipse(QPointF(at), width, width);
-    painter.fillPath(path, Qt::red);
+    painter.fillPath(path, m_color);
     return *this;
 }
 
 Strokes& Strokes::line(QPoint from, QPoint to, double width) {
     QPainter painter(&m_layer);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Qt::red, 2 * width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    if (m_color == Qt::white)
+        painter.setCompositionMode(QPainter::CompositionMode_Clear);
+    painter.setPen(QPen(m_color, 2 * width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawLine(QLineF(from, to));
     return *this;
+}
+
+Strokes& Strokes::stroke(QPoint from, QPoint to, double width) {
+    return dot(from, width).line(from, to, width).dot(to, width);
 }
 
 QImage Strokes::on(QImage card) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QImage>
 #include <QPoint>
 #include <QString>
@@ -18,15 +19,21 @@ QImage horizontal_bars(QSize view);
 QImage help(QSize view);
 QSize help_size(); ///< the smallest view that shows the help whole
 
-/// Red strokes of the mouse on a card. `width` is half of the line's width in pixels.
+/// Strokes on a card, red ones at first. `width` is half of the line's width in pixels.
 class Strokes {
 public:
     explicit Strokes(QSize view);
+    /// Those that follow are of this color. White ones clear.
+    Strokes& in(QColor color);
     Strokes& dot(QPoint at, double width);
     Strokes& line(QPoint from, QPoint to, double width);
+    /// Of a contact that goes straight from one point to the other and leaves there.
+    Strokes& stroke(QPoint from, QPoint to, double width);
     QImage on(QImage card) const;
+    const QImage& layer() const { return m_layer; } ///< transparent where no stroke is
 
 private:
+    QColor m_color = Qt::red;
     QImage m_layer;
 };
 
