@@ -12,13 +12,20 @@ namespace {
 constexpr int kPatience_ms = 10000;
 constexpr int kBetweenLooks_ms = 10;
 
-/// What the program writes to the standard error where there is no driver of boards: of a
-/// connection that the toolkit refuses, in debug builds with its place, and the loader's message.
-const QRegularExpression kStandardError(QRegularExpression::anchoredPattern(
+/// What the program writes to the standard error of a connection that the toolkit refuses, in debug
+/// builds with its place.
+const QString kRefusedConnection =
     QStringLiteral("QObject::connect: No such signal TavelHardware::deviceEnumerated\\(int,int\\)"
-                   "( in [^\n]*:[0-9]+)?\n"
-                   "libtavelboardex\\.so\\.1: cannot open shared object file: "
-                   "No such file or directory")));
+                   "( in [^\n]*:[0-9]+)?\n");
+
+/// And where there is no driver of boards, the loader's message.
+const QString kNoDriver =
+    QStringLiteral("libtavelboardex\\.so\\.1: cannot open shared object file: "
+                   "No such file or directory");
+
+QRegularExpression exactly(const QString& pattern) {
+    return QRegularExpression(QRegularExpression::anchoredPattern(pattern));
+}
 
 /// White where the pictures are the same.
 QImage difference(const QImage& shown, const QImage& expected) {
@@ -51,13 +58,24 @@ bool Desktop::start(QSize screen, XSession::WindowManager manager) {
     m_screen = screen;
     if (!m_session.start(screen, manager))
         return fail(m_session.error());
-    m_program = start_another();
+    QProcessEnvironment environment = m_session.environment();
+    for (auto variable = m_variables.cbegin(); variable != m_variables.cend(); ++variable)
+        environment.insert(variable.key(), variable.value());
+    m_program = start_program(environment);
     return shows(expected::help(screen)) && (manager == XSession::NoManager || has_keyboard());
 }
 
+void Desktop::set_variable(const char* name, const QString& value) {
+    m_variables.insert(QLatin1String(name), value);
+}
+
 std::unique_ptr<BoundProcess> Desktop::start_another() {
+    return start_program(m_session.environment());
+}
+
+std::unique_ptr<BoundProcess> Desktop::start_program(const QProcessEnvironment& environment) {
     auto program = std::make_unique<BoundProcess>();
-    program->setProcessEnvironment(m_session.environment());
+    program->setProcessEnvironment(environment);
     program->start(QStringLiteral(KESTRUNE_PROGRAM), QStringList());
     return program;
 }
@@ -96,6 +114,15 @@ bool Desktop::has_keyboard(const BoundProcess& program) {
 }
 
 bool Desktop::escape_ends(BoundProcess& program) {
+    return escape_ends(program, QString(), exactly(kRefusedConnection + kNoDriver));
+}
+
+bool Desktop::escape_ends_after_writing(const QString& output) {
+    return escape_ends(*m_program, output, exactly(kRefusedConnection));
+}
+
+bool Desktop::escape_ends(BoundProcess& program, const QString& expected_output,
+                          const QRegularExpression& expected_errors) {
     if (!drive(QStringLiteral("key Escape")))
         return false;
     program.waitForFinished(kPatience_ms);
@@ -107,7 +134,7 @@ bool Desktop::escape_ends(BoundProcess& program) {
         return fail(QStringLiteral("The program ends with status %1: %2")
                         .arg(program.exitCode())
                         .arg(errors));
-    if (!output.isEmpty() || !kStandardError.match(errors).hasMatch())
+    if (output != expected_output || !expected_errors.match(errors).hasMatch())
         return fail(QStringLiteral("The program writes \"%1\" and to the standard error \"%2\"")
                         .arg(output, errors));
     return true;

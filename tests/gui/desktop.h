@@ -4,18 +4,23 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QMap>
 #include <QRect>
 #include <memory>
+
+class QRegularExpression;
 
 /// A screen with the program on it. The functions that return bool wait for what they tell, 10 s at
 /// most, and give the reason in why() where it does not come.
 class Desktop {
 public:
+    /// An environment variable of the program that start() starts, not of any other.
+    void set_variable(const char* name, const QString& value);
     /// Starts the session and in it the program, until it shows its help on the whole screen.
     bool start(QSize screen = QSize(1280, 720),
                XSession::WindowManager manager = XSession::Openbox);
 
-    /// Starts the program once more.
+    /// Starts the program once more, without those variables.
     std::unique_ptr<BoundProcess> start_another();
 
     /// Gives xdotool its commands.
@@ -37,14 +42,21 @@ public:
     /// it has no driver.
     bool escape_ends(BoundProcess& program);
     bool escape_ends() { return escape_ends(*m_program); }
+    /// The same of a program that has a driver: it writes this and, to the standard error, nothing
+    /// but that the toolkit has refused a connection.
+    bool escape_ends_after_writing(const QString& output);
 
     const char* why() const { return m_why.constData(); }
 
 private:
     bool fail(const QString& why);
+    bool escape_ends(BoundProcess& program, const QString& output,
+                     const QRegularExpression& errors);
+    std::unique_ptr<BoundProcess> start_program(const QProcessEnvironment& environment);
 
     XSession m_session;
     QSize m_screen;
+    QMap<QString, QString> m_variables;
     std::unique_ptr<BoundProcess> m_program;
     QByteArray m_why;
 };
