@@ -31,8 +31,8 @@ public:
     /// are left out, bytes are text with '\r' for the carriage return.
     std::vector<std::string> take_log();
 
-    /// Calls the callbacks on this thread, those that were cleared too if `late`. \return their
-    /// number
+    /// Calls the callbacks on this thread: those that are set or, if `late`, those that were
+    /// cleared. \return their number
     int report(const std::string& bytes, bool late = false);
     int notice(bool late = false);
 
