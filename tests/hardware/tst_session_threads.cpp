@@ -104,7 +104,7 @@ void TestSessionThreads::init() {
 
 void TestSessionThreads::notices_on_several_threads_get_a_pass_each() {
     constexpr int threads = 6;
-    constexpr int notices = 50;
+    constexpr int notices = 25;
     TavelHardware hardware(nullptr);
     QVERIFY(hardware.init());
     const Counts counts(hardware);
@@ -146,13 +146,13 @@ void TestSessionThreads::passes_do_not_overlap() {
     std::vector<std::thread> storm;
     for (int i = 0; i < 4; ++i) {
         storm.emplace_back([] {
-            for (int n = 0; n < 50; ++n)
+            for (int n = 0; n < 25; ++n)
                 driver().notice();
         });
     }
     for (std::thread& thread : storm)
         thread.join();
-    QCOMPARE(passes.load(), 200);
+    QCOMPARE(passes.load(), 100);
     QCOMPARE(most.load(), 1);
 }
 
@@ -199,7 +199,7 @@ void TestSessionThreads::boards_are_published_when_the_pass_has_found_them_all()
 }
 
 void TestSessionThreads::a_pass_runs_beside_settings_hand_backs_and_reports() {
-    constexpr int rounds = 300;
+    constexpr int rounds = 100;
     TavelHardware hardware(nullptr);
     QVERIFY(hardware.init());
     const Counts counts(hardware);
@@ -270,7 +270,7 @@ void TestSessionThreads::ten_threads_report_at_once() {
 void TestSessionThreads::callbacks_come_while_the_session_ends() {
     TavelHardware keeps_the_library(nullptr);
     QVERIFY(keeps_the_library.initialiseTavelWrapper());
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 20; ++round) {
         auto hardware = std::make_unique<TavelHardware>(nullptr);
         QVERIFY(hardware->init());
         auto counts = std::make_unique<Counts>(*hardware);
