@@ -29,7 +29,7 @@ std::int32_t numberAt(const _TAVEL_DEVICE_INFO& info, std::size_t offset) {
 } // namespace
 
 std::shared_ptr<Session> Session::begin(Playlist playlist) {
-    const std::shared_ptr<Session> session(new Session(std::move(playlist)));
+    std::shared_ptr<Session> session(new Session(std::move(playlist)));
     session->m_thread = std::thread([session] { session->run(); });
     return session;
 }

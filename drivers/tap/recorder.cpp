@@ -45,10 +45,6 @@ Recorder::Recorder() : m_path(fromEnvironment(kCapture)), m_file(nullptr, std::f
     writeLine(captureHeader());
 }
 
-Recorder::~Recorder() {
-    flush();
-}
-
 void Recorder::flush() {
     const std::lock_guard lock(m_mutex);
     endEnumeration(false);
@@ -68,9 +64,10 @@ void Recorder::counted(int count) {
 void Recorder::described(int index, const _TAVEL_DEVICE_INFO* info) {
     const std::lock_guard lock(m_mutex);
     if (!m_enumeration || index < 0 || index >= m_enumeration->count) {
-        m_time = std::max(m_time, enumerationTime());
-        if (info != nullptr)
+        if (info != nullptr) {
+            m_time = std::max(m_time, enumerationTime());
             plugIn({plugOf(*info)});
+        }
         return;
     }
     m_enumeration->asked.insert(index);

@@ -24,8 +24,6 @@ public:
     /// Begins the file that KESTRUNE_TAP_CAPTURE names; complains where that cannot be, and records
     /// nothing then.
     Recorder();
-    /// Writes what still waits.
-    ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
@@ -37,7 +35,7 @@ public:
     /// `device` as the callback brings it; one that no enumeration has told of is taken as
     /// `subscribed`. `data` may be null and `length` anything.
     void report(int device, int subscribed, const unsigned char* data, unsigned int length);
-    /// Writes what still waits.
+    /// Writes what still waits. To be called before the end.
     void flush();
 
 private:

@@ -213,12 +213,15 @@ private slots:
     void boards_are_plugged_in_ahead_of_their_reports();
     void an_enumeration_that_ends_early_loses_nothing();
     void a_loop_that_asks_for_the_count_each_time_is_one_enumeration();
+    void the_last_board_goes();
+    void a_count_alone_keeps_no_report_waiting();
     void boards_come_and_go_at_the_time_of_the_notice();
     void a_board_that_changes_comes_anew();
     void one_of_two_subscriptions_is_recorded();
     void a_subscription_takes_over_from_one_that_is_not_served();
     void late_callbacks_pass();
     void odd_reports_pass_and_are_comments();
+    void a_board_that_is_found_beside_an_enumeration_is_recorded();
     void a_capture_that_cannot_be_written_stops_nothing_data();
     void a_capture_that_cannot_be_written_stops_nothing();
     void a_kill_loses_no_more_than_the_last_line();
@@ -465,7 +468,7 @@ void TestTap::an_enumeration_that_ends_early_loses_nothing() {
 }
 
 void TestTap::a_loop_that_asks_for_the_count_each_time_is_one_enumeration() {
-    play(kHeader + kBoard + "0 plug 8 1 \"\"\n5 unplug 7\n");
+    play(kHeader + kBoard + "0 plug 8 1 \"\"\n0 plug 9 1 \"\"\n5 unplug 7\n");
     Receiver receiver;
     const DriverLibrary tap(kTap);
     tap.Attach();
@@ -475,14 +478,30 @@ void TestTap::a_loop_that_asks_for_the_count_each_time_is_one_enumeration() {
             const BoardDescription board(tap, i);
     };
     enumerate();
-    const std::string both = "plug 7 1 \"hid<H \\\"1\\\">xp<4>\"\nplug 8 1 \"\"\n";
-    QCOMPARE(recordedLines(), both);
+    const std::string all = "plug 7 1 \"hid<H \\\"1\\\">xp<4>\"\nplug 8 1 \"\"\nplug 9 1 \"\"\n";
+    QCOMPARE(recordedLines(), all);
     tap.SetCallback(8, Receiver::packet, &receiver);
     tap.SetXferMask(8, 0xFF);
     QVERIFY(receiver.waitForNotices(1));
     enumerate();
-    QCOMPARE(recordedLines(), both + "unplug 7\n");
+    QCOMPARE(recordedLines(), all + "unplug 7\n");
     tap.Detach();
+}
+
+void TestTap::the_last_board_goes() {
+    play(kHeader + kBoard + "5 unplug 7\n");
+    Program program;
+    QVERIFY(program.receiver.waitForNotices(1));
+    QCOMPARE(recordedLines(), std::string("plug 7 1 \"hid<H \\\"1\\\">xp<4>\"\nunplug 7\n"));
+}
+
+void TestTap::a_count_alone_keeps_no_report_waiting() {
+    play(kHeader + kBoard);
+    Program program;
+    program.driver.GetDeviceCount();
+    inject(program.driver, kMarker);
+    QVERIFY(program.receiver.waitForPackets(1));
+    QCOMPARE(recorded().events.size(), std::size_t(2));
 }
 
 void TestTap::boards_come_and_go_at_the_time_of_the_notice() {
@@ -615,6 +634,31 @@ void TestTap::odd_reports_pass_and_are_comments() {
          {"# 0 report 5 037701 of a board that no enumeration has told of\n",
           " report 5 of 4294967295 bytes, too long\n", " report 5 of 3 bytes at no address\n"})
         QVERIFY2(text.find(comment) != std::string::npos, comment);
+}
+
+void TestTap::a_board_that_is_found_beside_an_enumeration_is_recorded() {
+    setenv("KESTRUNE_TAP_DRIVER", kSparse.c_str(), 1);
+    Receiver receiver;
+    {
+        const DriverLibrary tap(kTap);
+        void* const sparse = dlopen(kSparse.c_str(), RTLD_NOW);
+        const auto send = reinterpret_cast<void (*)(int, const unsigned char*, unsigned int)>(
+            dlsym(sparse, "sparseSend"));
+        tap.SetCallback(5, Receiver::packet, &receiver);
+        const BoardDescription uncounted(tap, 0);
+        tap.GetDeviceCount();
+        const BoardDescription first(tap, 0);
+        send(5, kMarker.data(), 3); // waits for the end
+        const BoardDescription beyond(tap, 3);
+        for (int i = 1; i < 3; ++i)
+            const BoardDescription board(tap, i);
+        dlclose(sparse);
+    }
+    // The one beyond is the same board in another state.
+    QVERIFY2(!recorded().error, textOf(file("recorded")).c_str());
+    QCOMPARE(recordedLines(), std::string("plug 5 1 \"xp<1>\"\nunplug 5\nplug 5 0 \"xp<1>\"\n"
+                                          "unplug 5\nplug 5 1 \"xp<1>\"\nreport 5 037701\n"));
+    QCOMPARE(static_cast<int>(recorded().events.front().time.count()), 0);
 }
 
 void TestTap::a_capture_that_cannot_be_written_stops_nothing_data() {
