@@ -26,8 +26,8 @@ Bytes pen(int id, bool down = true) {
 Bytes touch(bool down = true) {
     return {9, 0x45, static_cast<unsigned char>(down ? 0x82 : 0x02), 1, 2, 3, 4, 5, 6};
 }
-Bytes erase() {
-    return {11, 0x46, 0x80, 1, 2, 3, 4, 5, 6, 7, 8};
+Bytes erase(bool down = true) {
+    return {11, 0x46, static_cast<unsigned char>(down ? 0x80 : 0), 1, 2, 3, 4, 5, 6, 7, 8};
 }
 Bytes wrapped(const Bytes& report) {
     Bytes bytes = {0, 0x41, 0};
@@ -39,10 +39,15 @@ int inject(const DriverLibrary& driver, const Bytes& bytes, int device = kDevice
     return driver.Inject(device, static_cast<unsigned char>(bytes.size()), bytes.data());
 }
 
-/// Work of the driver's own thread that should not happen gets its chance.
-void giveTime(const DriverLibrary& driver) {
-    for (int i = 0; i < 2000; ++i)
-        driver.GetDeviceCount();
+/// Lets the driver's own thread go round several times, whatever the board is to send, so that it
+/// does what it should not do, if it does.
+void giveTime(const DriverLibrary& driver, int device = kDevice) {
+    for (int round = 0; round < 20; ++round) {
+        const bool down = round % 2 == 0;
+        inject(driver, pen(15, down), device); // which nobody switches on
+        while (driver.IsSomethingOnBoard(device) != (down ? 1 : 0))
+            std::this_thread::yield();
+    }
 }
 
 } // namespace
@@ -71,6 +76,7 @@ private slots:
     void nothing_is_sent_while_the_mask_is_0();
     void a_callback_is_told_by_device_and_function_and_context();
     void a_callback_that_is_set_twice_is_called_once();
+    void a_cleared_callback_is_waited_for_data();
     void a_cleared_callback_is_waited_for();
     void a_callback_clears_itself();
     void a_callback_clears_the_next();
@@ -445,7 +451,14 @@ void TestSimulated::a_callback_that_is_set_twice_is_called_once() {
     QCOMPARE(at.receiver.packets().size(), std::size_t(2));
 }
 
+void TestSimulated::a_cleared_callback_is_waited_for_data() {
+    QTest::addColumn<bool>("isChannel");
+    QTest::newRow("of a board") << false;
+    QTest::newRow("of a channel") << true;
+}
+
 void TestSimulated::a_cleared_callback_is_waited_for() {
+    QFETCH(const bool, isChannel);
     play(kBoard);
     Listening at;
     Signal isInside;
@@ -457,6 +470,10 @@ void TestSimulated::a_cleared_callback_is_waited_for() {
         mayLeave.wait();
         --inside;
     };
+    if (isChannel) {
+        at.driver.ClearCallback(kDevice, Receiver::packet, &at.receiver);
+        at.driver.OpenSynchronousChannel(kDevice, Receiver::packet, &at.receiver);
+    }
     inject(at.driver, kMarker);
     QVERIFY(isInside.wait());
     Signal isClearing;
@@ -464,12 +481,16 @@ void TestSimulated::a_cleared_callback_is_waited_for() {
     int insideAfter = -1;
     std::thread clearing([&] {
         isClearing.give();
-        at.driver.ClearCallback(kDevice, Receiver::packet, &at.receiver);
+        if (isChannel)
+            at.driver.CloseSynchronousChannel(kDevice, 1);
+        else
+            at.driver.ClearCallback(kDevice, Receiver::packet, &at.receiver);
         insideAfter = inside;
         isCleared = true;
     });
     QVERIFY(isClearing.wait());
-    giveTime(at.driver); // other calls go through all the while
+    for (int i = 0; i < 2000; ++i) // other calls go through all the while
+        QCOMPARE(at.driver.SetXferMask(kDevice, 0xFF), 1);
     QVERIFY(!isCleared);
     mayLeave.give();
     clearing.join();
@@ -893,18 +914,20 @@ void TestSimulated::the_speed_is_a_factor() {
     play(kBoard + "9223372036854775807 report 7 037702\n", "1e-300");
     Listening slowly;
     QVERIFY(slowly.sends(pen(0)));
-    QVERIFY(!slowly.receiver.reports().empty());
+    const std::vector<Bytes> expected = {pen(0), kMarker};
+    QVERIFY(slowly.receiver.waitForPackets(2) && slowly.receiver.reports() == expected);
 }
 
 void TestSimulated::at_full_speed_nothing_is_lost_while_the_program_gets_ready() {
-    play(kBoard + "1 report 7 0821000102030409\n" // pen 1
-                  "1 report 7 094582010203040506\n"
-                  "2 report 7 0b46800102030405060708\n"
+    play(kBoard + "1 report 7 0821000102030408\n" // pen 1
+                  "1 report 7 094502010203040506\n"
+                  "2 report 7 0b46000102030405060708\n"
                   "3 report 7 037702\n"
-                  "4 report 7 0821000102030441\n" // pen 8, which no program is waited for
-                  "4 report 7 0821000102030411\n" // pen 2
+                  "4 report 7 0821000102030440\n" // pen 8, which no program is waited for
+                  "4 report 7 037705\n"
+                  "4 report 7 0821000102030410\n" // pen 2
                   "5 unplug 7\n6 plug 7 1 \"\"\n7 report 7 037703\n"
-                  "8 report 7 0821000102030403\n", // pen 0 with button 1
+                  "8 report 7 0821000102030402\n", // pen 0 with button 1
          "max");
     Receiver receiver;
     const DriverLibrary driver(kPath);
@@ -921,19 +944,20 @@ void TestSimulated::at_full_speed_nothing_is_lost_while_the_program_gets_ready()
     QVERIFY(receiver.waitForPackets(2));
     giveTime(driver);
     driver.SendCommand(kDevice, ":PL1");
-    QVERIFY(receiver.waitForPackets(4));
+    QVERIFY(receiver.waitForPackets(5));
     giveTime(driver);
     driver.SetPointingDeviceDestination(kDevice, 3, false, 1);
-    QVERIFY(receiver.waitForPackets(5));
+    QVERIFY(receiver.waitForPackets(6));
     QVERIFY(receiver.waitForNotices(2));
     giveTime(driver);
     driver.SetXferMask(kDevice, 0xFF);
-    QVERIFY(receiver.waitForPackets(6));
+    QVERIFY(receiver.waitForPackets(7));
     giveTime(driver);
     driver.SetPointingDeviceDestination(kDevice, 1, false, 1);
-    QVERIFY(receiver.waitForPackets(7));
+    QVERIFY(receiver.waitForPackets(8));
     const std::vector<Bytes> expected = {
-        pen(1), touch(), erase(), {3, 0x77, 2}, pen(2), {3, 0x77, 3}, {8, 0x21, 0, 1, 2, 3, 4, 3}};
+        pen(1, false), touch(false),  erase(false), {3, 0x77, 2},
+        {3, 0x77, 5},  pen(2, false), {3, 0x77, 3}, {8, 0x21, 0, 1, 2, 3, 4, 2}};
     QVERIFY(receiver.reports() == expected);
     driver.Detach();
 }
@@ -985,12 +1009,23 @@ void TestSimulated::at_full_speed_every_board_is_waited_for() {
 }
 
 void TestSimulated::at_full_speed_a_board_that_is_left_alone_does_not_stop_the_others() {
-    play(kBoard + "0 plug 8 1 \"\"\n0 plug 9 0 \"\"\n1 report 8 037702\n1 report 9 037702\n"
-                  "2 report 8 037702\n2 report 7 037703\n",
-         "max");
+    std::string capture = kBoard + "0 plug 8 1 \"\"\n";
+    for (int device = 10; device < 20; ++device) // none of which can be used, so none is waited for
+        capture += "0 plug " + std::to_string(device) + " 0 \"\"\n";
+    for (int device = 10; device < 20; ++device) // the other one is waited for once
+        capture += "1 report 8 037702\n1 report " + std::to_string(device) + " 037702\n";
+    capture += "2 report 7 037703\n3 unplug 8\n4 plug 8 1 \"\"\n5 report 8 037704\n";
+    play(capture, "max");
     Listening at; // to one board
     QVERIFY(at.receiver.waitForPackets(1));
     QCOMPARE(at.receiver.packets().front().device, kDevice);
+
+    // It is waited for again when it comes back.
+    QVERIFY(at.receiver.waitForNotices(2));
+    giveTime(at.driver);
+    at.driver.SetCallback(8, Receiver::packet, &at.receiver);
+    at.driver.SetXferMask(8, 0xFF);
+    QVERIFY(at.receiver.waitForPackets(2));
 }
 
 void TestSimulated::a_loop_begins_with_the_boards_of_the_start() {
@@ -1008,8 +1043,8 @@ void TestSimulated::a_loop_begins_with_the_boards_of_the_start() {
     Listening once;
     QVERIFY(once.receiver.waitForNotices(2));
     QVERIFY(once.receiver.waitForPackets(1));
-    for (int i = 0; i < 20; ++i)
-        giveTime(once.driver);
+    for (int i = 0; i < 50; ++i)
+        giveTime(once.driver, 8);
     QCOMPARE(once.receiver.notices(), 2);
     QCOMPARE(once.driver.GetDeviceCount(), 2);
 }

@@ -31,6 +31,18 @@ bool isInMemory(const std::string& path) {
     return handle != nullptr;
 }
 
+/// The sparse driver's own functions, by name. It stays in memory only as long as the tap has it.
+template <typename Function>
+Function* ofSparse(const char* name) {
+    void* const sparse = dlopen(kSparse.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (sparse == nullptr)
+        return nullptr;
+    const auto function = reinterpret_cast<Function*>(dlsym(sparse, name));
+    dlclose(sparse);
+    return function;
+}
+using Send = void(int device, const unsigned char* data, unsigned int length);
+
 /// As the program does it: at each notice it subscribes anew to what it finds.
 class Program {
 public:
@@ -212,6 +224,7 @@ private slots:
     void a_recording_is_recorded_again();
     void boards_are_plugged_in_ahead_of_their_reports();
     void an_enumeration_that_ends_early_loses_nothing();
+    void an_enumeration_that_ends_with_the_library_loses_nothing();
     void a_loop_that_asks_for_the_count_each_time_is_one_enumeration();
     void the_last_board_goes();
     void a_count_alone_keeps_no_report_waiting();
@@ -288,6 +301,7 @@ void TestTap::calls_pass_unchanged() {
 
 void TestTap::callbacks_pass_unchanged() {
     play(kHeader + kBoard);
+    setenv("KESTRUNE_DRIVER_LOG", file("log").c_str(), 1);
     Receiver other;
     Program program;
     QCOMPARE(program.driver.SetCallback(kDevice, Receiver::packet, &other), 1);
@@ -306,6 +320,15 @@ void TestTap::callbacks_pass_unchanged() {
 
     QCOMPARE(program.driver.SetPnpCallback(Receiver::notice, &other), 1);
     QCOMPARE(program.driver.clearPnpCallback(Receiver::notice, &program), 0);
+    // What the tap has given the driver nothing for passes as it is.
+    const auto callback =
+        reinterpret_cast<TavelPacketCallback>(reinterpret_cast<void (*)()>(&Receiver::notice));
+    QCOMPARE(program.driver.ClearCallback(kDevice, callback, &other), 0);
+    std::ostringstream context;
+    context << std::hex << reinterpret_cast<std::uintptr_t>(&other) << '\n';
+    const std::string log = textOf(file("log"));
+    QVERIFY(log.size() > context.str().size());
+    QCOMPARE(log.substr(log.size() - context.str().size()), context.str());
     QCOMPARE(program.driver.clearPnpCallback(Receiver::notice, &other), 1);
     QCOMPARE(program.driver.clearPnpCallback(Receiver::notice, &other), 0);
 }
@@ -436,6 +459,10 @@ void TestTap::boards_are_plugged_in_ahead_of_their_reports() {
                                           "report 7 037701\n"));
     QCOMPARE(static_cast<int>(recorded().events[1].time.count()), 0);
     QVERIFY(recorded().events[2].time.count() > 0);
+    tap.GetDeviceCount(); // once more
+    const BoardDescription firstAgain(tap, 0);
+    const BoardDescription secondAgain(tap, 1);
+    QCOMPARE(recorded().events.size(), std::size_t(3));
     tap.Detach();
 }
 
@@ -465,6 +492,20 @@ void TestTap::an_enumeration_that_ends_early_loses_nothing() {
         QTRY_VERIFY_WITH_TIMEOUT(isRecorded(), 30000);
         tap.Detach();
     }
+}
+
+void TestTap::an_enumeration_that_ends_with_the_library_loses_nothing() {
+    setenv("KESTRUNE_TAP_DRIVER", kSparse.c_str(), 1);
+    Receiver receiver;
+    {
+        const DriverLibrary tap(kTap);
+        tap.SetCallback(5, Receiver::packet, &receiver);
+        tap.GetDeviceCount();
+        const BoardDescription first(tap, 0);
+        ofSparse<Send>("sparseSend")(5, kMarker.data(), 3);
+        QVERIFY(recorded().events.empty());
+    }
+    QCOMPARE(recordedLines(), std::string("plug 5 1 \"xp<1>\"\nreport 5 037701\n"));
 }
 
 void TestTap::a_loop_that_asks_for_the_count_each_time_is_one_enumeration() {
@@ -581,17 +622,14 @@ void TestTap::late_callbacks_pass() {
     Receiver receiver;
     {
         const DriverLibrary tap(kTap);
-        void* const sparse = dlopen(kSparse.c_str(), RTLD_NOW);
-        const auto send = reinterpret_cast<void (*)(int, const unsigned char*, unsigned int)>(
-            dlsym(sparse, "sparseSend"));
         QCOMPARE(tap.SetCallback(5, Receiver::packet, &receiver), 45);
+        Send* const send = ofSparse<Send>("sparseSend");
         QCOMPARE(tap.ClearCallback(5, Receiver::packet, &receiver), 0); // lacks it
         tap.GetDeviceCount();
         for (int i = 0; i < 3; ++i)
             const BoardDescription board(tap, i);
         send(5, kMarker.data(), 3);
         send(99, kMarker.data(), 3); // a device that nobody knows: the subscription's, then
-        dlclose(sparse);
     }
     QCOMPARE(receiver.packets().size(), std::size_t(2));
     QCOMPARE(receiver.packets().back().device, 99);
@@ -611,10 +649,8 @@ void TestTap::odd_reports_pass_and_are_comments() {
     };
     {
         const DriverLibrary tap(kTap);
-        void* const sparse = dlopen(kSparse.c_str(), RTLD_NOW);
-        const auto send = reinterpret_cast<void (*)(int, const unsigned char*, unsigned int)>(
-            dlsym(sparse, "sparseSend"));
         tap.SetCallback(5, receive, &received);
+        Send* const send = ofSparse<Send>("sparseSend");
         send(5, kMarker.data(), 3); // ahead of any enumeration
         tap.GetDeviceCount();
         for (int i = 0; i < 3; ++i)
@@ -622,7 +658,6 @@ void TestTap::odd_reports_pass_and_are_comments() {
         send(5, kMarker.data(), 0xFFFFFFFF);
         send(5, nullptr, 3);
         send(5, nullptr, 0);
-        dlclose(sparse);
     }
     QCOMPARE(received.size(), std::size_t(4));
     QVERIFY(received[1].data == kMarker.data() && received[1].length == 0xFFFFFFFF);
@@ -641,18 +676,15 @@ void TestTap::a_board_that_is_found_beside_an_enumeration_is_recorded() {
     Receiver receiver;
     {
         const DriverLibrary tap(kTap);
-        void* const sparse = dlopen(kSparse.c_str(), RTLD_NOW);
-        const auto send = reinterpret_cast<void (*)(int, const unsigned char*, unsigned int)>(
-            dlsym(sparse, "sparseSend"));
         tap.SetCallback(5, Receiver::packet, &receiver);
         const BoardDescription uncounted(tap, 0);
+        Send* const send = ofSparse<Send>("sparseSend");
         tap.GetDeviceCount();
         const BoardDescription first(tap, 0);
         send(5, kMarker.data(), 3); // waits for the end
         const BoardDescription beyond(tap, 3);
         for (int i = 1; i < 3; ++i)
             const BoardDescription board(tap, i);
-        dlclose(sparse);
     }
     // The one beyond is the same board in another state.
     QVERIFY2(!recorded().error, textOf(file("recorded")).c_str());
@@ -705,13 +737,14 @@ void TestTap::a_kill_loses_no_more_than_the_last_line() {
 }
 
 void TestTap::a_process_ends_while_attached() {
+    setenv("KESTRUNE_TAP_DRIVER", kSparse.c_str(), 1);
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--exit")});
     QVERIFY(child.waitForFinished());
     QCOMPARE(child.exitStatus(), QProcess::NormalExit);
     QCOMPARE(child.exitCode(), 17);
     QVERIFY(!recorded().error);
-    QVERIFY(recorded().events.size() > 10);
+    QVERIFY(recorded().events.size() > 200);
 }
 
 void TestTap::it_is_unloaded_with_its_driver() {
@@ -774,24 +807,45 @@ void TestTap::any_thread_may_call() {
 
 namespace {
 
-/// As a process of its own: until it is killed, or until it ends in the midst of it all.
-int runAsChild(bool ends) {
-    auto* const program = new Program; // stays attached
-    if (!program->receiver.waitForPackets(20))
-        return 1;
-    if (ends)
-        std::exit(17);
+Receiver& childsReceiver() {
+    static auto* const receiver = new Receiver; // outlives all else
+    return *receiver;
+}
+
+bool hasMoreComeIn() {
+    return childsReceiver().waitForPackets(childsReceiver().packets().size() + 100);
+}
+
+/// Until it is killed.
+int playAsChild() {
+    auto* const program = new Program;
     while (program->receiver.waitForPackets(program->receiver.packets().size() + 1)) {
     }
     return 1;
+}
+
+/// Ends in the midst of it all, with a driver that calls on until there is no process any more.
+int exitAsChild() {
+    std::atexit([] { // comes after what the tap does at the end
+        if (!hasMoreComeIn())
+            std::_Exit(1);
+    });
+    auto* const tap = new DriverLibrary(kTap);
+    tap->Attach();
+    tap->SetCallback(5, Receiver::packet, &childsReceiver());
+    const BoardDescription board(*tap, 0);
+    ofSparse<void(int)>("sparseSendForever")(5);
+    std::exit(hasMoreComeIn() ? 17 : 1);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const std::string argument = argc == 2 ? argv[1] : "";
-    if (argument == "--play" || argument == "--exit")
-        return runAsChild(argument == "--exit");
+    if (argument == "--play")
+        return playAsChild();
+    if (argument == "--exit")
+        return exitAsChild();
     QCoreApplication app(argc, argv);
     TestTap test;
     return QTest::qExec(&test, argc, argv);

@@ -3,8 +3,9 @@
 
 #include "hardware/abstracthardwarewrapper.h"
 
+#include <atomic>
 #include <cstring>
-#include <vector>
+#include <thread>
 
 namespace {
 
@@ -13,7 +14,8 @@ struct Packets {
     TavelPacketCallback callback;
     void* context;
 };
-std::vector<Packets> packets;
+Packets packets[16];
+std::atomic<int> count{0};
 
 } // namespace
 
@@ -21,12 +23,24 @@ extern "C" {
 
 /// For the test: each callback that was ever set is called once.
 void sparseSend(int device, const unsigned char* data, unsigned int length) {
-    for (const Packets& subscription : std::vector<Packets>(packets))
-        subscription.callback(device, data, length, subscription.context);
+    for (int i = 0; i < count; ++i)
+        packets[i].callback(device, data, length, packets[i].context);
+}
+
+/// The same over and over, on a thread that nothing ends.
+void sparseSendForever(int device) {
+    std::thread([device] {
+        constexpr unsigned char report[] = {3, 0x77, 1};
+        while (true) {
+            sparseSend(device, report, sizeof report);
+            std::this_thread::yield();
+        }
+    }).detach();
 }
 
 int tavelSetCallback(int device, TavelPacketCallback callback, void* context) {
-    packets.push_back({device, callback, context});
+    packets[count] = {device, callback, context};
+    ++count;
     return 40 + device;
 }
 
