@@ -80,6 +80,7 @@ private slots:
     void a_long_size_is_possible();
     void the_most_pixels_bound_what_views_have_together();
     void a_card_is_drawn_in_the_layer_that_there_is();
+    void a_view_is_white_beyond_its_layers();
 };
 
 void TestLayers::the_first_resize_makes_them() {
@@ -427,6 +428,29 @@ void TestLayers::a_card_is_drawn_in_the_layer_that_there_is() {
         view.redraw_test();
         QCOMPARE(layers_of(view), QSize(340, 200));
     }
+    view.setParent(nullptr);
+}
+
+void TestLayers::a_view_is_white_beyond_its_layers() {
+    QWidget window;
+    window.setStyleSheet(QStringLiteral("background-color: yellow;"));
+    window.resize(400, 300);
+    StrokesView view;
+    view.m_info_tags = false;
+    view.m_test_mode = BlackCard;
+    view.setParent(&window);
+    give_size(view, {300, 200});
+    draw_dot(view, {50.0, 50.0});
+    give_size(view, {40000, 40000});
+    view.show();
+    QImage expected(400, 300, QImage::Format_RGB32);
+    expected.fill(Qt::white);
+    QPainter painter(&expected);
+    painter.drawImage(0, 0, *view.m_test_image);
+    painter.drawImage(0, 0, *view.m_strokes_image);
+    painter.end();
+    QCOMPARE(expected.pixel(299, 199), 0xff000000);
+    COMPARE_PICTURES(shot_of(window), expected);
     view.setParent(nullptr);
 }
 
