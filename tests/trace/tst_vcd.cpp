@@ -142,6 +142,7 @@ private slots:
     void only_changed_values_are_recorded();
     void a_change_has_the_time_since_the_start();
     void updates_within_a_tick_are_a_nanosecond_apart();
+    void a_tick_is_not_given_twice();
     void times_increase_when_the_clock_steps_back();
 
     void codes_count_in_base_93_data();
@@ -319,6 +320,17 @@ void TestVcd::updates_within_a_tick_are_a_nanosecond_apart() {
     QCOMPARE(changes_of(signal).size(), std::size_t(3));
     QCOMPARE(changes_of(signal)[1].time, last + 1);
     QCOMPARE(changes_of(signal)[2].time, last + 2);
+}
+
+void TestVcd::a_tick_is_not_given_twice() {
+    Vcd signal("a", 0);
+    // Somewhere in here lies the tick that the clock is about to show: hit it often enough.
+    for (int i = 1; i < 300000; ++i) {
+        const std::int64_t last = nanoseconds_since_start() + i % 1000;
+        changes_of(signal).back().time = last;
+        signal.update(i);
+        QVERIFY(changes_of(signal).back().time > last);
+    }
 }
 
 void TestVcd::times_increase_when_the_clock_steps_back() {
