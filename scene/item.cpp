@@ -4,6 +4,7 @@
 #include "scene/pixels.h"
 
 #include <QPainter>
+#include <chrono>
 #include <utility>
 
 Item::Item(QPointF pos, float angle, float scale, int id)
@@ -40,12 +41,15 @@ QPointF Item::map_from(QPointF p) const {
 }
 
 void Item::update_begin() {
-    if (m_flags == Geometry) {
+    // std::async() would start the new update before the assignment lets go of the last one, which
+    // may still be running.
+    if (m_update.valid() &&
+        m_update.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
+        m_update.wait();
+    if (m_flags == Geometry)
         update_impl();
-        return;
-    }
-    update_end(); // std::async() starts its thread before the assignment lets go of the last one
-    m_update = std::async(std::launch::async, &Item::update_impl, this);
+    else
+        m_update = std::async(std::launch::async, &Item::update_impl, this);
 }
 
 void Item::update_end() {
