@@ -74,6 +74,7 @@ private slots:
     void adding_waits_for_the_lock_and_taking_does_not();
     void frames_may_run_on_any_thread();
     void of_two_updates_the_second_waits_for_the_first();
+    void a_move_waits_for_the_update_before_it();
     void an_item_goes_after_its_update();
     void a_marker_may_go_while_it_is_updated();
     void a_view_may_go_while_its_items_are_updated();
@@ -224,6 +225,32 @@ void TestFrames::of_two_updates_the_second_waits_for_the_first() {
     QVERIFY(done_before);
     QCOMPARE(begun.load(), 1); // the first has served all there was
     QCOMPARE(item->m_flags, 0);
+}
+
+void TestFrames::a_move_waits_for_the_update_before_it() {
+    ItemView view(0);
+    const auto item = probe({0, 0});
+    view.add_item(item);
+    std::promise<void> go;
+    std::atomic<bool> done{false};
+    item->m_on_rebuild = [&, may_go = go.get_future().share()] {
+        item->m_flags = Item::Geometry; // what the owner would take for a mere move
+        may_go.wait_for(kLong);
+        done = true;
+    };
+    bool done_before = false;
+    std::promise<void> begun;
+    std::thread owner([&] {
+        item->update_begin();
+        begun.set_value();
+        item->update_begin();
+        done_before = done;
+        item->update_end();
+    });
+    begun.get_future().wait();
+    go.set_value();
+    owner.join();
+    QVERIFY(done_before);
 }
 
 void TestFrames::an_item_goes_after_its_update() {
