@@ -830,7 +830,7 @@ int exitAsChild() {
         if (!hasMoreComeIn())
             std::_Exit(1);
     });
-    auto* const tap = new DriverLibrary(kTap);
+    static auto* const tap = new DriverLibrary(kTap); // never unloaded
     tap->Attach();
     tap->SetCallback(5, Receiver::packet, &childsReceiver());
     const BoardDescription board(*tap, 0);
