@@ -1,38 +1,59 @@
 #include "hardware/callbackgate.h"
 
-#include <algorithm>
+#include <atomic>
 #include <condition_variable>
-#include <map>
 #include <mutex>
-#include <thread>
-#include <vector>
+
+/// One open gate. Entries are never freed, since a visitor may look at any of them at any time; one
+/// whose gate has closed is taken again for another.
+struct CallbackGate::Entry {
+    std::atomic<void*> context{nullptr}; ///< null: closed
+    std::atomic<int> visitors{0}; ///< inside, and those that only look whether this is their gate
+    bool is_taken = true;         ///< by a gate that is open or closing; under the register's mutex
+    Entry* next = nullptr;
+};
 
 namespace {
 
-struct Inside {
-    bool is_open = true;
-    std::vector<std::thread::id> visitors; ///< a thread once for each of its visits
-};
-
-/// The objects that are open, and those that are closing and not empty yet.
-struct Register {
-    std::mutex mutex;
-    std::condition_variable left;
-    std::map<void*, Inside> contexts;
-};
-
 /// Never destroyed: a driver's thread may still call while the process ends.
-Register& open_contexts() {
-    static auto* const contexts = new Register;
-    return *contexts;
+struct Register {
+    std::atomic<CallbackGate::Entry*> first{nullptr};
+    std::mutex mutex; ///< of opening and closing
+    std::condition_variable left;
+    std::atomic<int> closing{0}; ///< gates that wait for their visitors
+};
+
+Register& gates() {
+    static auto* const the_gates = new Register;
+    return *the_gates;
+}
+
+thread_local CallbackGate::Visit* innermost_visit = nullptr;
+
+void leave(CallbackGate::Entry& entry) {
+    --entry.visitors;
+    Register& all = gates();
+    if (all.closing == 0)
+        return;
+    { const std::lock_guard lock(all.mutex); } // who closes has either seen it or is waiting
+    all.left.notify_all();
 }
 
 } // namespace
 
-CallbackGate::CallbackGate(void* context) : m_context(context) {
-    Register& open = open_contexts();
-    const std::lock_guard lock(open.mutex);
-    open.contexts[context] = Inside();
+CallbackGate::CallbackGate(void* context) {
+    Register& all = gates();
+    const std::lock_guard lock(all.mutex);
+    m_entry = all.first;
+    while (m_entry != nullptr && (m_entry->is_taken || m_entry->visitors != 0))
+        m_entry = m_entry->next;
+    if (m_entry == nullptr) {
+        m_entry = new Entry;
+        m_entry->next = all.first;
+        all.first = m_entry;
+    }
+    m_entry->is_taken = true;
+    m_entry->context = context;
 }
 
 CallbackGate::~CallbackGate() {
@@ -40,44 +61,47 @@ CallbackGate::~CallbackGate() {
 }
 
 void CallbackGate::close() {
-    Register& open = open_contexts();
-    std::unique_lock lock(open.mutex);
-    const auto entry = open.contexts.find(m_context);
-    if (entry == open.contexts.end())
+    Register& all = gates();
+    std::unique_lock lock(all.mutex);
+    Entry* const entry = m_entry;
+    if (entry == nullptr)
         return;
-    Inside& inside = entry->second;
-    inside.is_open = false;
-    open.left.wait(lock, [&inside] {
-        const auto self = std::this_thread::get_id();
-        return std::all_of(inside.visitors.begin(), inside.visitors.end(),
-                           [self](std::thread::id visitor) { return visitor == self; });
-    });
-    open.contexts.erase(entry);
+    ++all.closing;
+    // Either a visitor sees that it is closed, or it is seen here to be inside.
+    entry->context = nullptr;
+    int own_visits = 0;
+    for (const Visit* visit = innermost_visit; visit != nullptr; visit = visit->m_outer) {
+        if (visit->m_entry == entry)
+            ++own_visits;
+    }
+    all.left.wait(lock, [entry, own_visits] { return entry->visitors <= own_visits; });
+    --all.closing;
+    if (m_entry == nullptr)
+        return; // somebody else has closed it meanwhile
+    entry->is_taken = false;
+    m_entry = nullptr;
 }
 
-CallbackGate::Visit::Visit(void* context) : m_context(context), m_inside(false) {
-    Register& open = open_contexts();
-    const std::lock_guard lock(open.mutex);
-    const auto entry = open.contexts.find(context);
-    if (entry == open.contexts.end() || !entry->second.is_open)
+CallbackGate::Visit::Visit(void* context) {
+    if (context == nullptr)
         return;
-    entry->second.visitors.push_back(std::this_thread::get_id());
-    m_inside = true;
+    for (Entry* entry = gates().first; entry != nullptr; entry = entry->next) {
+        if (entry->context != context)
+            continue;
+        ++entry->visitors;
+        if (entry->context == context) {
+            m_entry = entry;
+            m_outer = innermost_visit;
+            innermost_visit = this;
+            return;
+        }
+        leave(*entry);
+    }
 }
 
 CallbackGate::Visit::~Visit() {
-    if (!m_inside)
+    if (m_entry == nullptr)
         return;
-    Register& open = open_contexts();
-    {
-        const std::lock_guard lock(open.mutex);
-        const auto entry = open.contexts.find(m_context);
-        if (entry == open.contexts.end())
-            return; // closed by this very visit
-        auto& visitors = entry->second.visitors;
-        const auto visit = std::find(visitors.begin(), visitors.end(), std::this_thread::get_id());
-        if (visit != visitors.end()) // else closed by this visit, and opened anew
-            visitors.erase(visit);
-    }
-    open.left.notify_all();
+    innermost_visit = m_outer;
+    leave(*m_entry);
 }

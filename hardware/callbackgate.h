@@ -5,7 +5,7 @@
 /// the object is gone. All that a callback brings along is a pointer, so the objects that are open
 /// to callbacks are listed process-wide, and a pointer that is not on the list leads nowhere.
 ///
-/// Any thread. Nobody holds a lock while a callback is inside.
+/// Any thread. Nobody holds a lock while a callback is inside, and a callback takes none.
 class CallbackGate {
 public:
     /// Opens the gate for callbacks that bring `context`.
@@ -18,7 +18,9 @@ public:
     /// Lets no more callbacks in and waits for those inside, but for the caller's own.
     void close();
 
-    /// A callback's stay inside.
+    struct Entry;
+
+    /// A callback's stay inside. Stays of one thread end in the opposite order of their beginnings.
     class Visit {
     public:
         explicit Visit(void* context);
@@ -27,13 +29,15 @@ public:
         Visit& operator=(const Visit&) = delete;
 
         /// False where the gate is closed: the context is not to be used then.
-        explicit operator bool() const { return m_inside; }
+        explicit operator bool() const { return m_entry != nullptr; }
 
     private:
-        void* m_context;
-        bool m_inside;
+        friend class CallbackGate;
+
+        Entry* m_entry = nullptr;
+        Visit* m_outer = nullptr; ///< of the same thread
     };
 
 private:
-    void* m_context;
+    Entry* m_entry; ///< null when closed
 };
