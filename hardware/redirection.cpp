@@ -62,7 +62,7 @@ void TavelHardware::redirectPenEvent(PenEvent event) {
         return;
     Report report(kPenReportSize, kPenTag);
     report.contact(event.id, event.button0, event.x, event.y);
-    report.sendTo(*m_driver, boards.first());
+    report.sendTo(*driver(), boards.first());
 }
 
 void TavelHardware::redirectTouchEvent(QList<TouchContact> contacts) {
@@ -76,6 +76,6 @@ void TavelHardware::redirectTouchEvent(QList<TouchContact> contacts) {
             const TouchContact& contact = contacts.at(i);
             report.contact(contact.id, contact.tip, contact.x, contact.y);
         }
-        report.sendTo(*m_driver, boards.first());
+        report.sendTo(*driver(), boards.first());
     }
 }

@@ -2,9 +2,11 @@
 
 #include "hardware/tavelwrapper.h"
 
+#include <QAbstractEventDispatcher>
 #include <QGuiApplication>
 #include <QMetaType>
 #include <QScreen>
+#include <QThread>
 #include <QtEndian>
 #include <algorithm>
 #include <cstring>
@@ -98,6 +100,7 @@ TavelHardware::TavelHardware(QObject* parent) : QObject(parent), m_screen(primar
 }
 
 TavelHardware::~TavelHardware() {
+    m_flow.stop(); // else the gate would wait for reports that wait
     m_gate.close();
     m_driver.reset(); // detaches and unloads, while the list of boards still stands
 }
@@ -105,7 +108,7 @@ TavelHardware::~TavelHardware() {
 bool TavelHardware::init() {
     if (!initialiseTavelWrapper())
         return false;
-    m_driver->SetPnpCallback(pnpCallback, this);
+    driver()->SetPnpCallback(pnpCallback, this);
     enumerate();
     return true;
 }
@@ -117,11 +120,21 @@ bool TavelHardware::initialiseTavelWrapper() {
 }
 
 void TavelHardware::uninit() {
+    m_flow.stop();
     m_gate.close();
     if (!m_driver)
         return;
-    m_driver->ClearPnpCallback(pnpCallback, this);
-    m_driver->Detach();
+    driver()->ClearPnpCallback(pnpCallback, this);
+    driver()->Detach();
+}
+
+void TavelHardware::startFlowControl() {
+    const auto* const dispatcher = QAbstractEventDispatcher::instance(thread());
+    if (dispatcher == nullptr)
+        return;
+    connect(dispatcher, &QAbstractEventDispatcher::awake, this,
+            [this] { m_flow.turn(thread()->loopLevel() > 0); });
+    m_flow.start();
 }
 
 void TavelHardware::enumerate() {
@@ -160,7 +173,7 @@ void TavelHardware::run(Pass pass) {
 void TavelHardware::plugAndPlayPass() {
     if (m_driver) {
         for (const int device : devices())
-            m_driver->ClearCallback(device, processPacketCallback, this);
+            driver()->ClearCallback(device, processPacketCallback, this);
     }
     publish({});
     emit pnpEvent();
@@ -170,15 +183,15 @@ void TavelHardware::plugAndPlayPass() {
 void TavelHardware::enumerationPass() {
     if (!m_driver)
         return;
-    m_driver->Attach();
-    const int count = m_driver->GetDeviceCount();
+    driver()->Attach();
+    const int count = driver()->GetDeviceCount();
     QList<int> found = devices();
     for (int i = 0; i < count; ++i) {
         DeviceInfoBlock board;
-        if (!m_driver->EnumDeviceInfo(i, board.block()) || !board.isUsable())
+        if (!driver()->EnumDeviceInfo(i, board.block()) || !board.isUsable())
             continue;
-        m_driver->SetCallback(board.device(), processPacketCallback, this);
-        m_driver->SetXferMask(board.device(), kEveryReport);
+        driver()->SetCallback(board.device(), processPacketCallback, this);
+        driver()->SetXferMask(board.device(), kEveryReport);
         found.append(board.device());
         emit deviceEnumerated(i, parsed(board.additionalInfo()));
     }
@@ -227,14 +240,17 @@ void TavelHardware::processPacket(const QByteArray& packet) {
     if (isPenPacket(packet)) {
         PenEvent event;
         getPenData(packet, event);
+        m_flow.admit();
         emit penEvent(event);
     } else if (isTouchPacket(packet)) {
         TouchEvent event;
         getTouchData(packet, event);
+        m_flow.admit();
         emit touchEvent(event);
     } else if (isErasePacket(packet)) {
         EraseEvent event;
         getEraseData(packet, event);
+        m_flow.admit();
         emit eraseEvent(event);
     } else if (isTouchStatusPacket(packet)) {
         TouchStatus status;
@@ -245,7 +261,7 @@ void TavelHardware::processPacket(const QByteArray& packet) {
 
 void TavelHardware::setPenReportMode(unsigned char pen, PenReportMode mode) {
     for (const int device : devices())
-        m_driver->SetPointingDeviceDestination(device, pen, false,
+        driver()->SetPointingDeviceDestination(device, pen, false,
                                                static_cast<unsigned char>(mode));
 }
 
@@ -256,7 +272,7 @@ void TavelHardware::setPenHardwareMode(unsigned char pen, PenHardwareMode mode) 
 
 void TavelHardware::setTouchReportMode(TouchReportMode mode) {
     for (const int device : devices())
-        m_driver->SetTouchDestination(device, static_cast<unsigned char>(mode));
+        driver()->SetTouchDestination(device, static_cast<unsigned char>(mode));
 }
 
 void TavelHardware::setEraseReportMode(EraseReportMode mode) {
@@ -273,7 +289,7 @@ void TavelHardware::sendToAll(const QByteArray& command) {
 }
 
 bool TavelHardware::sendCommand(int device, const QByteArray& command) {
-    return m_driver && m_driver->WritePacket(device, command.constData(), command.size()) != -1;
+    return m_driver && driver()->WritePacket(device, command.constData(), command.size()) != -1;
 }
 
 void TavelHardware::getTouchStatus(int device) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hardware/callbackgate.h"
+#include "hardware/reportflow.h"
 
 #include <QByteArray>
 #include <QList>
@@ -117,6 +118,11 @@ public:
     /// where there is no such key or no value in brackets after it.
     static QString parseAdditionalInfoKeyValue(const QString& info, const QString& key);
 
+    /// Has the driver wait while this thread cannot follow its reports. For a receiver in this
+    /// thread that takes pen, touch and erase reports and makes a ReportFlow::Delivery of each.
+    void startFlowControl();
+    ReportFlow& reportFlow() { return m_flow; }
+
     /// Finds the boards anew, subscribing from scratch. Where such a pass is under way already, the
     /// thread that is at it does this one next.
     void pnp();
@@ -199,6 +205,20 @@ private:
     void publish(const QList<int>& devices);
     void sendToAll(const QByteArray& command);
 
+    /// The driver for the length of one call.
+    class DriverCall {
+    public:
+        DriverCall(AbstractHardwareWrapper& driver, ReportFlow& flow)
+            : m_driver(driver), m_call(flow) {}
+        AbstractHardwareWrapper* operator->() const { return &m_driver; }
+        AbstractHardwareWrapper& operator*() const { return m_driver; }
+
+    private:
+        AbstractHardwareWrapper& m_driver;
+        ReportFlow::DriverCall m_call;
+    };
+    DriverCall driver() { return {*m_driver, m_flow}; } ///< REQUIRES: m_driver
+
     std::unique_ptr<AbstractHardwareWrapper> m_driver; ///< a TavelWrapper; null before init()
     QList<int> m_devices; ///< handles of the boards in use; a pass sets it when it has finished
     std::atomic<int> m_touchStatusDevice{0}; ///< the last one asked
@@ -206,5 +226,6 @@ private:
     mutable std::mutex m_devicesMutex; ///< guards m_devices
     std::mutex m_passesMutex;          ///< guards m_passes
     std::deque<Pass> m_passes;         ///< the one under way and those to come after it
+    ReportFlow m_flow;
     CallbackGate m_gate{this};
 };
