@@ -31,6 +31,7 @@ Osterly::Osterly(QObject* parent) : QObject(parent), hardware(new TavelHardware(
             SLOT(in_touch_event(const TavelHardware::TouchEvent&)));
     connect(hardware, SIGNAL(eraseEvent(const TavelHardware::EraseEvent&)), this,
             SLOT(in_erase_event(const TavelHardware::EraseEvent&)));
+    hardware->startFlowControl();
     hardware->init();
     configureHardware(false);
 }

@@ -1,0 +1,78 @@
+#include "drivers/capture/capture.h"
+#include "tests/gui/desktop.h"
+#include "tests/gui/expected_pictures.h"
+#include "tests/support/board_reports.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr QSize kScreen(1280, 720);
+
+constexpr int kDevice = 1;
+constexpr int kContacts = 10;
+constexpr int kWiderThanTheScreen = 40000; // board units
+constexpr int kReports = 10000;
+constexpr int kReportsOfARound = 50;
+constexpr std::chrono::nanoseconds kPause = 3s; // in which the program shows that it is there
+constexpr std::chrono::nanoseconds kInterval = 1ms;
+
+/// Report n of erasers that go over the board, each as wide as the whole screen. They lift at the
+/// end of a round.
+std::vector<unsigned char> huge_report(int n) {
+    const BoardReports board(kScreen);
+    const bool is_down = n % kReportsOfARound != kReportsOfARound - 1;
+    std::string report;
+    for (int contact = 0; contact < kContacts; ++contact) {
+        const QPoint at(10 + n % 1000, 10 + 50 * contact);
+        const std::string one =
+            board.erase(contact, at, is_down, kWiderThanTheScreen, kWiderThanTheScreen);
+        report += contact == 0 ? one : one.substr(2); // the header is of the first
+    }
+    return {report.begin(), report.end()};
+}
+
+/// More than any machine paints in the time of this test.
+bool write_load(const QString& path) {
+    std::string text = captureHeader();
+    text += captureLine({0s, CapturedPlug{kDevice, 1, "xp<4>xt<10>"}});
+    for (int n = 0; n < kReports; ++n)
+        text += captureLine({kPause + n * kInterval, CapturedReport{kDevice, huge_report(n)}});
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(QByteArray::fromStdString(text)) > 0;
+}
+
+} // namespace
+
+/// The program under reports that it cannot paint as fast as they come.
+class TestOverload : public QObject {
+    Q_OBJECT
+
+private slots:
+    void keys_act_all_the_same();
+};
+
+void TestOverload::keys_act_all_the_same() {
+    const QTemporaryDir folder;
+    const QString load = folder.filePath(QStringLiteral("load"));
+    QVERIFY(write_load(load));
+    Desktop desktop;
+    desktop.set_variable("LD_LIBRARY_PATH", QStringLiteral(KESTRUNE_SIMULATED_FOLDER));
+    desktop.set_variable("KESTRUNE_CAPTURE", load);
+    QVERIFY2(desktop.start(kScreen), desktop.why());
+
+    // The markers, which begin with the load, cover the screen.
+    const QImage help = expected::help(kScreen);
+    QTRY_VERIFY_WITH_TIMEOUT(desktop.shot() != help, 20000);
+    QVERIFY2(desktop.drive(QStringLiteral("key space key b")), desktop.why());
+    QVERIFY2(desktop.shows(expected::black(kScreen)), desktop.why());
+    QVERIFY2(desktop.escape_ends_after_writing(QStringLiteral("Enumerated 1 devices.\n")),
+             desktop.why());
+}
+
+QTEST_MAIN(TestOverload)
+#include "tst_overload.moc"
