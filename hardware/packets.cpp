@@ -82,6 +82,7 @@ void appendContacts(const QByteArray& packet, int contactSize, QList<Contact>& c
                     ReadSizes readSizes) {
     Reader reader(packet, kHeaderSize);
     const int count = (packet.size() - kHeaderSize) / contactSize;
+    contacts.reserve(contacts.size() + count);
     for (int i = 0; i < count; ++i) {
         auto contact = readContact<Contact>(reader);
         readSizes(reader, contact);
