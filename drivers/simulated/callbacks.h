@@ -51,6 +51,14 @@ public:
                            [key](const auto& entry) { return entry->key == key; });
     }
 
+    /// Gives `use` the key, the function and the context of each.
+    template <typename Use>
+    void forEach(Use use) const {
+        const std::lock_guard lock(m_mutex);
+        for (const auto& entry : m_entries)
+            use(entry->key, entry->function, entry->context);
+    }
+
     /// Calls those under the key, in the order in which they came. A context goes last.
     template <typename... Arguments>
     void call(int key, Arguments... arguments) {

@@ -63,8 +63,7 @@ int send(int device, const unsigned char* data, unsigned char length, bool isRep
 
 int tavelAttach() {
     logCall(__func__);
-    SimulatedDriver::instance().attach();
-    return kDone;
+    return doneIf(SimulatedDriver::instance().attach());
 }
 
 int tavelDetach() {

@@ -1,5 +1,7 @@
 #include "drivers/simulated/session.h"
 
+#include "drivers/simulated/latecalls.h"
+
 #include <algorithm>
 
 namespace {
@@ -12,6 +14,9 @@ constexpr char kCommandEnd = '\r';
 // How long a playback that is not paced waits for the program to configure a board. It takes the
 // program two seconds after an enumeration.
 constexpr auto kPatience = 5s;
+
+constexpr std::size_t kReportsOfGhost = 64;
+constexpr int kOtherDevice = 1000; // what is added to the handle of a board that changes
 
 void putNumber(_TAVEL_DEVICE_INFO& info, std::size_t offset, std::int32_t value) {
     for (std::size_t i = 0; i < sizeof value; ++i)
@@ -26,18 +31,36 @@ std::int32_t numberAt(const _TAVEL_DEVICE_INFO& info, std::size_t offset) {
     return static_cast<std::int32_t>(value);
 }
 
+/// On this thread and on others, which are waited for.
+template <typename Call>
+void atOnce(int threads, Call call) {
+    std::vector<std::thread> others;
+    for (int i = 1; i < threads; ++i)
+        others.emplace_back(call);
+    call();
+    for (std::thread& other : others)
+        other.join();
+}
+
 } // namespace
 
-std::shared_ptr<Session> Session::begin(Playlist playlist) {
-    std::shared_ptr<Session> session(new Session(std::move(playlist)));
+std::shared_ptr<Session> Session::begin(Playlist playlist, Faults faults) {
+    std::shared_ptr<Session> session(new Session(std::move(playlist), faults));
     session->m_thread = std::thread([session] { session->run(); });
     return session;
 }
 
-Session::Session(Playlist playlist)
-    : m_playback(std::move(playlist)), m_firstBoards(m_playback.takeFirstBoards()) {
+Session::Session(Playlist playlist, Faults faults)
+    : m_playback(std::move(playlist)),
+      m_firstBoards(m_playback.takeFirstBoards()),
+      m_faults(faults) {
     for (const CapturedPlug& plug : m_firstBoards)
         m_boards.emplace_back(plug);
+    const auto now = Playback::Clock::now();
+    if (m_faults.length)
+        m_faultsEnd = now + *m_faults.length;
+    if (m_faults.notices_per_s > 0)
+        m_nextNotice = now;
 }
 
 std::thread Session::end() {
@@ -55,6 +78,29 @@ std::thread Session::end() {
     return thread;
 }
 
+void Session::beginLateCalls() {
+    LateCalls calls;
+    {
+        const auto lock = locked();
+        if (!m_faults.callsLate || std::exchange(m_callsLate, true))
+            return;
+        m_packetCallbacks.forEach(
+            [this, &calls](int device, TavelPacketCallback callback, void* context) {
+                for (const ReportBytes& report : m_recent[device])
+                    calls.reports.push_back({callback, device, report, context});
+            });
+        m_pnpCallbacks.forEach([&calls](int, TavelPnpCallback callback, void* context) {
+            calls.notices.push_back({callback, context});
+        });
+    }
+    ::beginLateCalls(std::move(calls));
+}
+
+bool Session::isAttachable() const {
+    const auto lock = locked();
+    return !m_faults.attachFails;
+}
+
 bool Session::setCallback(int device, TavelPacketCallback callback, void* context) {
     if (callback == nullptr)
         return false;
@@ -69,6 +115,11 @@ void Session::setPnpCallback(TavelPnpCallback callback, void* context) {
 }
 
 bool Session::clearCallback(int device, TavelPacketCallback callback, void* context) {
+    {
+        const auto lock = locked();
+        if (m_faults.keepsCallbacks())
+            return true;
+    }
     if (m_packetCallbacks.remove(device, callback, context))
         return true;
     // By way of void (*)(), which the compiler takes as the word that this is meant.
@@ -82,22 +133,34 @@ int Session::countBoards() {
     {
         const auto lock = locked();
         m_isCounted = true;
-        count = static_cast<int>(m_boards.size());
+        count = m_faults.attachFails ? 0 : static_cast<int>(m_boards.size());
+        if (m_faults.enumeration == Faults::Enumeration::Changes && ++m_counts % 2 == 0)
+            ++count;
+        count = m_faults.count.value_or(count);
     }
     m_changed.notify_all();
     return count;
 }
 
-bool Session::describeBoard(int index, _TAVEL_DEVICE_INFO* info) const {
+bool Session::describeBoard(int index, _TAVEL_DEVICE_INFO* info) {
     if (info == nullptr ||
         numberAt(*info, _TAVEL_DEVICE_INFO::kFormatTagOffset) != _TAVEL_DEVICE_INFO::kFormatTag)
         return false;
     const auto lock = locked();
-    if (static_cast<std::size_t>(index) >= m_boards.size())
+    if (static_cast<std::size_t>(index) >= m_boards.size() || m_faults.attachFails ||
+        m_faults.enumeration == Faults::Enumeration::Fails)
         return false;
     const CapturedPlug& board = m_boards[static_cast<std::size_t>(index)].plug();
+    int device = board.device;
+    if (m_faults.enumeration == Faults::Enumeration::Changes) {
+        // As it is, then under another handle, then not at all.
+        const unsigned int turn = m_descriptions++ % 3;
+        if (turn == 2)
+            return false;
+        device += turn == 1 ? kOtherDevice : 0;
+    }
     putNumber(*info, _TAVEL_DEVICE_INFO::kStateOffset, board.state);
-    putNumber(*info, _TAVEL_DEVICE_INFO::kDeviceOffset, board.device);
+    putNumber(*info, _TAVEL_DEVICE_INFO::kDeviceOffset, device);
     unsigned char* const text = info->bytes + _TAVEL_DEVICE_INFO::kAdditionalInfoOffset;
     *std::copy(board.info.begin(), board.info.end(), text) = 0;
     return true;
@@ -128,16 +191,21 @@ void Session::run() {
         if (!m_playback.hasStarted() && isReady())
             m_playback.start(now);
         const auto next = due(now);
+        const auto fault = dueFault();
         if (!m_outbox.empty()) {
             const Packet packet = std::move(m_outbox.front());
             m_outbox.pop_front();
             transmit(lock, packet);
-        } else if (!next) {
-            m_changed.wait(lock);
-        } else if (now < *next) {
-            m_changed.wait_until(lock, *next);
-        } else {
+        } else if (next && *next <= now) {
             play(lock);
+        } else if (fault && *fault <= now) {
+            commitFault(lock);
+        } else if (next || fault) {
+            m_changed.wait_until(lock, next && fault ? std::min(*next, *fault)
+                                       : next        ? *next
+                                                     : *fault);
+        } else {
+            m_changed.wait(lock);
         }
     }
 }
@@ -189,11 +257,16 @@ void Session::play(std::unique_lock<std::mutex>& lock) {
     }
     // One notice for all that comes and goes at once.
     const auto time = event->time;
+    std::vector<int> gone;
     while (event != nullptr && event->time == time && changeBoards(*event)) {
+        if (const auto* const unplug = std::get_if<CapturedUnplug>(&event->what))
+            gone.push_back(unplug->device);
         m_playback.advance();
         event = m_playback.next();
     }
     notify(lock);
+    for (const int device : gone)
+        haunt(lock, device);
 }
 
 /// \return false where the event is no change of boards
@@ -238,19 +311,65 @@ void Session::transmit(std::unique_lock<std::mutex>& lock, const Packet& packet)
     const ReportContent content = packet.isReport ? contentOf(packet.bytes) : ReportContent();
     board->sense(content);
     const bool isSent = board->transmits(content);
-    lock.unlock();
-    if (isSent) {
-        m_packetCallbacks.call(packet.device, packet.device, packet.bytes.data(),
-                               static_cast<unsigned int>(packet.bytes.size()));
-        m_channels.deliver(packet.device, packet.bytes);
+    if (isSent && m_faults.keepsCallbacks()) {
+        auto& recent = m_recent[packet.device];
+        recent.push_back(packet.bytes);
+        if (recent.size() > kReportsOfGhost)
+            recent.pop_front();
     }
+    const int threads = m_faults.threads;
+    lock.unlock();
+    if (isSent)
+        sendOut(packet, threads);
     lock = locked();
 }
 
+void Session::sendOut(const Packet& packet, int threads) {
+    atOnce(threads, [this, &packet] {
+        m_packetCallbacks.call(packet.device, packet.device, packet.bytes.data(),
+                               static_cast<unsigned int>(packet.bytes.size()));
+    });
+    m_channels.deliver(packet.device, packet.bytes);
+}
+
 void Session::notify(std::unique_lock<std::mutex>& lock) {
+    const int threads = m_faults.threads;
     lock.unlock();
-    m_pnpCallbacks.call(kNoDevice);
+    atOnce(threads, [this] { m_pnpCallbacks.call(kNoDevice); });
     lock = locked();
+}
+
+/// A board that has been pulled out sends once more what it has sent.
+void Session::haunt(std::unique_lock<std::mutex>& lock, int device) {
+    if (!m_faults.hasGhosts)
+        return;
+    const std::deque<ReportBytes> reports = std::exchange(m_recent[device], {});
+    const int threads = m_faults.threads;
+    lock.unlock();
+    for (const ReportBytes& bytes : reports)
+        sendOut({device, bytes, true}, threads);
+    lock = locked();
+}
+
+/// When the driver is to do wrong next, or to do right from then on.
+std::optional<Playback::Clock::time_point> Session::dueFault() const {
+    if (m_faultsEnd && m_nextNotice)
+        return std::min(*m_faultsEnd, *m_nextNotice);
+    return m_faultsEnd ? m_faultsEnd : m_nextNotice;
+}
+
+void Session::commitFault(std::unique_lock<std::mutex>& lock) {
+    const auto now = Playback::Clock::now();
+    if (m_faultsEnd && *m_faultsEnd <= now) {
+        m_faults = Faults();
+        m_faultsEnd.reset();
+        m_nextNotice.reset();
+    } else {
+        // Those that it has been too slow for are left out.
+        m_nextNotice =
+            std::max(now, *m_nextNotice + std::chrono::nanoseconds(1s) / m_faults.notices_per_s);
+    }
+    notify(lock);
 }
 
 std::unique_lock<std::mutex> Session::locked() const {

@@ -16,13 +16,16 @@ SimulatedDriver::~SimulatedDriver() {
     }
 }
 
-void SimulatedDriver::attach() {
+bool SimulatedDriver::attach() {
     const std::lock_guard lock(m_mutex);
     if (m_attachments++ == 0)
-        m_session = Session::begin(playlistFromEnvironment());
+        m_session = Session::begin(playlistFromEnvironment(), faultsFromEnvironment());
+    return m_session->isAttachable();
 }
 
 bool SimulatedDriver::detach() {
+    if (const auto current = this->session())
+        current->beginLateCalls();
     std::shared_ptr<Session> session;
     {
         const std::lock_guard lock(m_mutex);

@@ -9,8 +9,9 @@ public:
     static SimulatedDriver& instance();
     ~SimulatedDriver();
 
-    /// The first attachment begins a session with what the environment then asks for.
-    void attach();
+    /// The first attachment begins a session with what the environment then asks for. \return false
+    /// where that is that it fails
+    bool attach();
     /// The last one ends it. \return false where nobody is attached
     bool detach();
     /// Null while nobody is attached.

@@ -1,5 +1,6 @@
 #include "tests/drivers/driverlibrary.h"
 #include "tests/drivers/exports.h"
+#include "tests/drivers/listening.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -15,10 +16,6 @@ namespace {
 const std::string kPath = KESTRUNE_SIMULATED_DRIVER;
 const std::string kHeader = "kestrune-capture 1\n";
 const std::string kBoard = kHeader + "0 plug 7 1 \"hid<H1>xp<4>\"\n";
-constexpr int kDevice = 7;
-
-// No report of a kind that can be switched off.
-const Bytes kMarker = {0x03, 0x77, 0x01};
 
 Bytes pen(int id, bool down = true) {
     return {8, 0x21, 0, 1, 2, 3, 4, static_cast<unsigned char>(id << 3 | (down ? 1 : 0))};
@@ -33,10 +30,6 @@ Bytes wrapped(const Bytes& report) {
     Bytes bytes = {0, 0x41, 0};
     bytes.insert(bytes.end(), report.begin(), report.end());
     return bytes;
-}
-
-int inject(const DriverLibrary& driver, const Bytes& bytes, int device = kDevice) {
-    return driver.Inject(device, static_cast<unsigned char>(bytes.size()), bytes.data());
 }
 
 /// Lets the driver's own thread go round several times, whatever the board is to send, so that it
@@ -128,49 +121,6 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-namespace {
-
-/// Attached, listening to the board and to notices, with every report on.
-class Listening {
-public:
-    explicit Listening(int device = kDevice) : m_device(device) {
-        driver.Attach();
-        driver.SetPnpCallback(Receiver::notice, &receiver);
-        listen();
-        driver.GetDeviceCount();
-    }
-    ~Listening() {
-        while (driver.Detach() == 1) {
-        }
-    }
-
-    void listen() const {
-        driver.switchOn(m_device);
-        driver.SetCallback(m_device, Receiver::packet, &receiver);
-        driver.SetXferMask(m_device, 0xFF);
-    }
-
-    /// Whether it gets through to the receiver.
-    bool sends(const Bytes& report) {
-        const std::size_t before = receiver.packets().size();
-        inject(driver, report);
-        inject(driver, kMarker);
-        receiver.waitForPackets(before + 1);
-        if (receiver.packets()[before].bytes == kMarker)
-            return false;
-        receiver.waitForPackets(before + 2);
-        return receiver.packets()[before].bytes == report;
-    }
-
-    mutable Receiver receiver; ///< outlives the driver
-    DriverLibrary driver{kPath};
-
-private:
-    int m_device;
-};
-
-} // namespace
 
 void TestSimulated::init() {
     m_folder = std::make_unique<QTemporaryDir>();
