@@ -39,6 +39,10 @@ constexpr char cmdGlintray[] = ":GR";                 // 0 or 1
 [[maybe_unused]] constexpr char cmdPenType[] = ":PK"; // for completeness
 constexpr char kCommandEnd = '\r';
 
+// Far more boards than there can be. A driver that counts more has gone wrong, and to ask it for
+// each would keep the program busy for minutes.
+constexpr int kMostBoards = 1 << 16;
+
 constexpr unsigned char kEveryReport = 0xFF; // of the transfer mask
 
 QByteArray flag(bool on) {
@@ -186,7 +190,7 @@ void TavelHardware::enumerationPass() {
     driver()->Attach();
     const int count = driver()->GetDeviceCount();
     QList<int> found = devices();
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < std::min(count, kMostBoards); ++i) {
         DeviceInfoBlock board;
         if (!driver()->EnumDeviceInfo(i, board.block()) || !board.isUsable())
             continue;

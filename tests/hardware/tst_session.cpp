@@ -2,6 +2,7 @@
 #include "tests/support/fake_driver.h"
 
 #include <QtTest>
+#include <limits>
 #include <memory>
 
 using Strings = std::vector<std::string>;
@@ -241,11 +242,13 @@ void TestSession::a_count_without_boards_is_announced_data() {
     QTest::newRow("none") << 0;
     QTest::newRow("negative") << -3;
     QTest::newRow("more than there are") << 3;
+    QTest::newRow("more than anybody can ask for") << std::numeric_limits<int>::max();
 }
 
 void TestSession::a_count_without_boards_is_announced() {
     QFETCH(const int, count);
     driver().count = [count] { return count; };
+    driver().keeps_log = false;
     TavelHardware hardware(nullptr);
     Receiver receiver(hardware);
     QVERIFY(hardware.init());
