@@ -20,6 +20,12 @@ public:
     bool start(QSize screen = QSize(1280, 720),
                XSession::WindowManager manager = XSession::Openbox);
 
+    /// Starts the session alone, for programs that are started one after the other.
+    bool start_session(QSize screen = QSize(1280, 720),
+                       XSession::WindowManager manager = XSession::Openbox);
+    /// Starts the program in it, until it has the keyboard.
+    bool start_in_session();
+
     /// Starts the program once more, without those variables.
     std::unique_ptr<BoundProcess> start_another();
 
@@ -45,13 +51,15 @@ public:
     /// The same of a program that has a driver: it writes this and, to the standard error, nothing
     /// but that the toolkit has refused a connection.
     bool escape_ends_after_writing(const QString& output);
+    bool escape_ends_after_writing(const QRegularExpression& output);
 
     const char* why() const { return m_why.constData(); }
 
 private:
     bool fail(const QString& why);
-    bool escape_ends(BoundProcess& program, const QString& output,
+    bool escape_ends(BoundProcess& program, const QRegularExpression& output,
                      const QRegularExpression& errors);
+    void start_with_variables();
     std::unique_ptr<BoundProcess> start_program(const QProcessEnvironment& environment);
 
     XSession m_session;

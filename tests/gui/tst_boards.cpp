@@ -1,3 +1,4 @@
+#include "tests/gui/board_capture.h"
 #include "tests/gui/desktop.h"
 #include "tests/gui/expected_pictures.h"
 #include "tests/support/board_reports.h"
@@ -10,110 +11,33 @@
 
 namespace {
 
-constexpr QSize kScreen(1280, 720);
 constexpr int kPatience_ms = 20000;
 
 const QString operator""_s(const char* text, std::size_t size) {
     return QString::fromLatin1(text, static_cast<int>(size));
 }
 
-/// A capture, written event by event.
-class Capture {
-public:
-    Capture& pause(int ms) {
-        m_time_ms += ms;
-        return *this;
-    }
-    Capture& plug(int device) {
-        return event("plug %1 1 \"hid<H1>vid<abcd>pid<0004>xp<4>xt<10>xl<2>\""_s.arg(device));
-    }
-    Capture& unplug(int device) { return event("unplug %1"_s.arg(device)); }
-    Capture& report(int device, const std::string& bytes) {
-        const QString hex = QString::fromStdString(BoardReports::hexadecimal(bytes));
-        return event("report %1 %2"_s.arg(device).arg(hex.isEmpty() ? "-"_s : hex)).pause(5);
-    }
-    /// The events in their order, without their times.
-    QStringList events() const { return events(m_events); }
-    static QStringList events(const QString& text) {
-        QStringList events;
-        for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-            if (line[0].isDigit())
-                events << line.section(QLatin1Char(' '), 1);
-        }
-        return events;
-    }
-    bool write(const QString& path) const {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) &&
-               file.write("kestrune-capture 1\n" + m_events.toLatin1()) > 0;
-    }
-
-private:
-    Capture& event(const QString& event) {
-        m_events += "%1 %2\n"_s.arg(qint64{m_time_ms} * 1000000).arg(event);
-        return *this;
-    }
-
-    int m_time_ms = 0;
-    QString m_events;
-};
-
-// What the board does, at the top of the screen: a pen's line and a finger's, of which an eraser
-// takes a part each; then another eraser wipes all of it away. Each is to be seen for a while, so
-// that it does not matter when the program is ready or is looked at.
+// The drawing, which another eraser then wipes away. Each is to be seen for a while, so that it
+// does not matter when the program is ready or is looked at.
 
 constexpr int kHold_ms = 700;
-const BoardReports kBoard(kScreen);
-constexpr QPoint kPenFrom(100, 20);
-constexpr QPoint kPenTo(500, 20);
-constexpr QPoint kTouchFrom(100, 40);
-constexpr QPoint kTouchTo(500, 40);
-constexpr QPoint kErased(300, 30);
-constexpr int kTouchSize = 256;  // 10 pixels of the screen
-constexpr int kEraserSize = 768; // 30
-constexpr int kWipeSize = 8192;  // 320
-
-void add_drawing(Capture& capture, int device, QPoint by = {0, 0}) {
-    capture.report(device, kBoard.pen(0, kPenFrom + by, true))
-        .report(device, kBoard.pen(0, kPenTo + by, true))
-        .report(device, kBoard.pen(0, kPenTo + by, false))
-        .report(device, kBoard.touch(0, kTouchFrom + by, true, kTouchSize))
-        .report(device, kBoard.touch(0, kTouchTo + by, true, kTouchSize))
-        .report(device, kBoard.touch(0, kTouchTo + by, false, kTouchSize))
-        .report(device, kBoard.erase(0, kErased + by, true, kEraserSize, 0))
-        .report(device, kBoard.erase(0, kErased + by, false, kEraserSize, 0));
-}
+const BoardReports kBoard = drawing::reports();
 
 void add_round(Capture& capture, int device) {
-    add_drawing(capture, device);
-    capture.pause(kHold_ms)
-        .report(device, kBoard.erase(1, {0, 30}, true, kWipeSize, 0))
-        .report(device, kBoard.erase(1, {600, 30}, true, kWipeSize, 0))
-        .report(device, kBoard.erase(1, {600, 30}, false, kWipeSize, 0))
-        .pause(kHold_ms)
-        .report(device, ""); // which is no report and ends the round
-}
-
-/// The round as it is seen before it is wiped away, its place moved by some pixels.
-QImage drawn_round(QPoint by = {0, 0}) {
-    return expected::Strokes(kScreen)
-        .in(Qt::red)
-        .stroke(kPenFrom + by, kPenTo + by, 3)
-        .in(Qt::green)
-        .stroke(kTouchFrom + by, kTouchTo + by, 10)
-        .in(Qt::white)
-        .dot(kErased + by, 30)
-        .on(expected::help(kScreen));
+    drawing::add_to(capture, device);
+    drawing::add_wiping_to(capture.pause(kHold_ms), device);
+    capture.pause(kHold_ms).report(device, ""); // which is no report and ends the round
 }
 
 /// What the driver sees of a round that is handed back to it.
 QStringList handed_back_round() {
     QStringList calls;
-    for (const std::string& report :
-         {kBoard.handed_back_pen(0, kPenFrom, true), kBoard.handed_back_pen(0, kPenTo, true),
-          kBoard.handed_back_pen(0, kPenTo, false), kBoard.handed_back_touch(0, kTouchFrom, true),
-          kBoard.handed_back_touch(0, kTouchTo, true),
-          kBoard.handed_back_touch(0, kTouchTo, false)})
+    for (const std::string& report : {kBoard.handed_back_pen(0, drawing::kPenFrom, true),
+                                      kBoard.handed_back_pen(0, drawing::kPenTo, true),
+                                      kBoard.handed_back_pen(0, drawing::kPenTo, false),
+                                      kBoard.handed_back_touch(0, drawing::kTouchFrom, true),
+                                      kBoard.handed_back_touch(0, drawing::kTouchTo, true),
+                                      kBoard.handed_back_touch(0, drawing::kTouchTo, false)})
         calls << "tavelSendTouchPacketToSystem device=1 length=9 data="_s +
                      QString::fromStdString(BoardReports::hexadecimal(report));
     return calls;
@@ -186,7 +110,7 @@ bool TestBoards::start(const QString& capture, bool loops, const QString& driver
     m_desktop->set_variable("KESTRUNE_CAPTURE_LOOP", loops ? "1"_s : "0"_s);
     m_desktop->set_variable("KESTRUNE_CAPTURE_SPEED", "1"_s);
     m_desktop->set_variable("KESTRUNE_DRIVER_LOG", m_folder->filePath("log"_s));
-    return m_desktop->start(kScreen);
+    return m_desktop->start(drawing::kScreen);
 }
 
 QStringList TestBoards::calls() const {
@@ -221,11 +145,11 @@ void TestBoards::contacts_draw_and_erase() {
     Capture capture;
     add_round(capture.plug(1), 1);
     QVERIFY2(start(capture, true), m_desktop->why());
-    const QImage drawn = drawn_round();
+    const QImage drawn = drawing::picture();
     QCOMPARE(drawn.pixelColor(200, 20), QColor(Qt::red));
     QCOMPARE(drawn.pixelColor(200, 40), QColor(Qt::green));
     QVERIFY2(m_desktop->shows(drawn), m_desktop->why());
-    QVERIFY2(m_desktop->shows(expected::help(kScreen)), m_desktop->why());
+    QVERIFY2(m_desktop->shows(expected::help(drawing::kScreen)), m_desktop->why());
     QVERIFY2(m_desktop->escape_ends_after_writing("Enumerated 1 devices.\n"_s), m_desktop->why());
     QVERIFY(has_ended_with(1));
 }
@@ -234,7 +158,7 @@ void TestBoards::contacts_are_handed_back_while_another_window_has_the_keyboard(
     Capture capture;
     add_round(capture.plug(1), 1);
     QVERIFY2(start(capture, true), m_desktop->why());
-    QVERIFY2(m_desktop->shows(drawn_round()), m_desktop->why());
+    QVERIFY2(m_desktop->shows(drawing::picture()), m_desktop->why());
 
     // A smaller window, which leaves the strokes' place in sight.
     const auto other = m_desktop->start_another();
@@ -247,7 +171,7 @@ void TestBoards::contacts_are_handed_back_while_another_window_has_the_keyboard(
     const QStringList round = handed_back_round();
     const int before = count_of(round);
     QTRY_VERIFY_WITH_TIMEOUT(count_of(round) >= before + 2, kPatience_ms);
-    const QRect place(0, 0, kScreen.width(), 55);
+    const QRect place(0, 0, drawing::kScreen.width(), 55);
     const QImage shown = m_desktop->shot().copy(place);
     QTRY_VERIFY_WITH_TIMEOUT(
         m_desktop->shot().copy(place) != shown || count_of(round) >= before + 4, kPatience_ms);
@@ -255,8 +179,8 @@ void TestBoards::contacts_are_handed_back_while_another_window_has_the_keyboard(
 
     QVERIFY2(m_desktop->escape_ends(*other), m_desktop->why());
     QVERIFY2(m_desktop->has_keyboard(), m_desktop->why());
-    QVERIFY2(m_desktop->shows(expected::help(kScreen)), m_desktop->why());
-    QVERIFY2(m_desktop->shows(drawn_round()), m_desktop->why());
+    QVERIFY2(m_desktop->shows(expected::help(drawing::kScreen)), m_desktop->why());
+    QVERIFY2(m_desktop->shows(drawing::picture()), m_desktop->why());
     QVERIFY2(m_desktop->escape_ends_after_writing("Enumerated 1 devices.\n"_s), m_desktop->why());
     QVERIFY(has_ended_with(1));
 }
@@ -290,7 +214,7 @@ void TestBoards::a_board_that_is_plugged_in_again_is_configured() {
     const QStringList expected = found + configuration(2, 1);
     QTRY_COMPARE(calls_from(found.front()).mid(0, expected.size()), expected);
 
-    QVERIFY2(m_desktop->shows(drawn_round()), m_desktop->why());
+    QVERIFY2(m_desktop->shows(drawing::picture()), m_desktop->why());
     QVERIFY2(m_desktop->escape_ends_after_writing("Enumerated 1 devices.\n"
                                                   "PnP event.\nEnumerated 0 devices.\n"
                                                   "PnP event.\nEnumerated 1 devices.\n"_s),
@@ -304,7 +228,7 @@ void TestBoards::a_recording_of_a_board_draws_the_same() {
     for (int i = 0; i < 3; ++i)
         add_round(capture, 1);
     const QPoint by(600, 500); // where nothing is wiped away
-    add_drawing(capture, 1, by);
+    drawing::add_to(capture, 1, by);
     const QString path = m_folder->filePath("capture"_s);
     const QString recording = m_folder->filePath("recording"_s);
     QVERIFY(capture.write(path));
@@ -312,7 +236,7 @@ void TestBoards::a_recording_of_a_board_draws_the_same() {
     m_desktop->set_variable("KESTRUNE_TAP_DRIVER", QStringLiteral(KESTRUNE_SIMULATED_DRIVER));
     m_desktop->set_variable("KESTRUNE_TAP_CAPTURE", recording);
     QVERIFY2(start(path, false, QStringLiteral(KESTRUNE_TAP_FOLDER)), m_desktop->why());
-    QVERIFY2(m_desktop->shows(drawn_round(by)), m_desktop->why());
+    QVERIFY2(m_desktop->shows(drawing::picture(by)), m_desktop->why());
     const QImage recorded = m_desktop->shot();
     QVERIFY2(m_desktop->escape_ends_after_writing("Enumerated 1 devices.\n"_s), m_desktop->why());
     QVERIFY(has_ended_with(1));

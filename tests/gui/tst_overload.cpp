@@ -1,13 +1,10 @@
-#include "drivers/capture/capture.h"
+#include "tests/gui/board_capture.h"
 #include "tests/gui/desktop.h"
 #include "tests/gui/expected_pictures.h"
 #include "tests/support/board_reports.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -18,12 +15,12 @@ constexpr int kContacts = 10;
 constexpr int kWiderThanTheScreen = 40000; // board units
 constexpr int kReports = 10000;
 constexpr int kReportsOfARound = 50;
-constexpr std::chrono::nanoseconds kPause = 3s; // in which the program shows that it is there
-constexpr std::chrono::nanoseconds kInterval = 1ms;
+constexpr int kPause_ms = 3000; // in which the program shows that it is there
+constexpr int kInterval_ms = 1;
 
 /// Report n of erasers that go over the board, each as wide as the whole screen. They lift at the
 /// end of a round.
-std::vector<unsigned char> huge_report(int n) {
+std::string huge_report(int n) {
     const BoardReports board(kScreen);
     const bool is_down = n % kReportsOfARound != kReportsOfARound - 1;
     std::string report;
@@ -33,17 +30,16 @@ std::vector<unsigned char> huge_report(int n) {
             board.erase(contact, at, is_down, kWiderThanTheScreen, kWiderThanTheScreen);
         report += contact == 0 ? one : one.substr(2); // the header is of the first
     }
-    return {report.begin(), report.end()};
+    return report;
 }
 
 /// More than any machine paints in the time of this test.
-bool write_load(const QString& path) {
-    std::string text = captureHeader();
-    text += captureLine({0s, CapturedPlug{kDevice, 1, "xp<4>xt<10>"}});
+Capture load() {
+    Capture capture;
+    capture.plug(kDevice).pause(kPause_ms);
     for (int n = 0; n < kReports; ++n)
-        text += captureLine({kPause + n * kInterval, CapturedReport{kDevice, huge_report(n)}});
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(QByteArray::fromStdString(text)) > 0;
+        capture.report(kDevice, huge_report(n), kInterval_ms);
+    return capture;
 }
 
 } // namespace
@@ -58,11 +54,11 @@ private slots:
 
 void TestOverload::keys_act_all_the_same() {
     const QTemporaryDir folder;
-    const QString load = folder.filePath(QStringLiteral("load"));
-    QVERIFY(write_load(load));
+    const QString path = folder.filePath(QStringLiteral("load"));
+    QVERIFY(load().write(path));
     Desktop desktop;
     desktop.set_variable("LD_LIBRARY_PATH", QStringLiteral(KESTRUNE_SIMULATED_FOLDER));
-    desktop.set_variable("KESTRUNE_CAPTURE", load);
+    desktop.set_variable("KESTRUNE_CAPTURE", path);
     QVERIFY2(desktop.start(kScreen), desktop.why());
 
     // The markers, which begin with the load, cover the screen.
