@@ -42,16 +42,20 @@ install_packages() {
         fail "not all of these could be installed: ${missing[*]}"
 }
 
-# build PRESET FOLDER [CMAKE-ARGUMENT...]: configures once, then builds what has changed.
-build() {
+# configure PRESET FOLDER [CMAKE-ARGUMENT...]: once.
+configure() {
     local preset=$1 folder=$2
     shift 2
-    if [[ ! -f $folder/build.ninja ]]; then
-        step "Configuring $folder"
-        cmake --preset "$preset" -B "$folder" "$@"
-    fi
-    step "Building in $folder"
-    cmake --build "$folder"
+    [[ ! -f $folder/build.ninja ]] || return 0
+    step "Configuring $folder"
+    cmake --preset "$preset" -B "$folder" "$@"
+}
+
+# build PRESET FOLDER [CMAKE-ARGUMENT...]: configures once, then builds what has changed.
+build() {
+    configure "$@"
+    step "Building in $2"
+    cmake --build "$2"
 }
 
 # The program alone, as a release, in a folder of its own.

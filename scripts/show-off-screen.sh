@@ -4,6 +4,7 @@
 #
 #   scripts/show-off-screen.sh PROGRAM FOLDER
 source "$(dirname "$0")/common.sh"
+source scripts/x-session.sh
 
 [[ $# -eq 2 ]] || fail "usage: scripts/show-off-screen.sh PROGRAM FOLDER"
 program=$1
@@ -11,40 +12,10 @@ shots=$2
 
 mkdir -p "$shots"
 rm -f "$shots"/*.png
-work=$(mktemp -d)
-clean_up() {
-    # shellcheck disable=SC2046
-    kill $(jobs -p) 2>/dev/null || true
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap clean_up EXIT
-
-# until_true SECONDS COMMAND...
-until_true() {
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        ((SECONDS < end)) || return 1
-        sleep 0.05
-    done
-}
-
-export XDG_RUNTIME_DIR=$work
-Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
-until_true 20 test -s "$work/display" || fail "the X server does not start: $(cat "$work/xvfb.log")"
-DISPLAY=:$(cat "$work/display")
-export DISPLAY
-openbox >"$work/openbox.log" 2>&1 &
-until_true 20 xdotool get_num_desktops || fail "the window manager does not start: $(cat "$work/openbox.log")"
+start_x_session
 
 "$program" &
 program_pid=$!
-has_the_screen() {
-    local geometry
-    geometry=$(xdotool getactivewindow getwindowgeometry --shell)
-    grep -q '^WIDTH=1280$' <<<"$geometry" && grep -q '^HEIGHT=720$' <<<"$geometry"
-}
 until_true 20 has_the_screen || fail "the program does not show itself full screen"
 
 pause() { sleep 0.4; } # for the eye of who looks on, and some 25 frames

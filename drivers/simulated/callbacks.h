@@ -59,21 +59,25 @@ public:
             use(entry->key, entry->function, entry->context);
     }
 
-    /// Calls those under the key, in the order in which they came. A context goes last.
+    /// Calls those under the key, in the order in which they came. A context goes last. \return how
+    /// many there were
     template <typename... Arguments>
-    void call(int key, Arguments... arguments) {
+    int call(int key, Arguments... arguments) {
         std::vector<std::shared_ptr<Entry>> entries;
         {
             const std::lock_guard lock(m_mutex);
             std::copy_if(m_entries.begin(), m_entries.end(), std::back_inserter(entries),
                          [key](const auto& entry) { return entry->key == key; });
         }
+        int called = 0;
         for (const auto& entry : entries) {
             if (!enter(*entry))
                 continue;
             entry->function(arguments..., entry->context);
             leave(*entry);
+            ++called;
         }
+        return called;
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "drivers/simulated/session.h"
 
+#include "drivers/simulated/callbackcounts.h"
 #include "drivers/simulated/latecalls.h"
 
 #include <algorithm>
@@ -45,6 +46,7 @@ void atOnce(int threads, Call call) {
 } // namespace
 
 std::shared_ptr<Session> Session::begin(Playlist playlist, Faults faults) {
+    countNotices(0); // so that the counts are there from the start
     std::shared_ptr<Session> session(new Session(std::move(playlist), faults));
     session->m_thread = std::thread([session] { session->run(); });
     return session;
@@ -325,9 +327,10 @@ void Session::transmit(std::unique_lock<std::mutex>& lock, const Packet& packet)
 }
 
 void Session::sendOut(const Packet& packet, int threads) {
-    atOnce(threads, [this, &packet] {
-        m_packetCallbacks.call(packet.device, packet.device, packet.bytes.data(),
-                               static_cast<unsigned int>(packet.bytes.size()));
+    const ReportKind kind = contentOf(packet.bytes).kind;
+    atOnce(threads, [this, kind, &packet] {
+        countReports(kind, m_packetCallbacks.call(packet.device, packet.device, packet.bytes.data(),
+                                                  static_cast<unsigned int>(packet.bytes.size())));
     });
     m_channels.deliver(packet.device, packet.bytes);
 }
@@ -335,7 +338,7 @@ void Session::sendOut(const Packet& packet, int threads) {
 void Session::notify(std::unique_lock<std::mutex>& lock) {
     const int threads = m_faults.threads;
     lock.unlock();
-    atOnce(threads, [this] { m_pnpCallbacks.call(kNoDevice); });
+    atOnce(threads, [this] { countNotices(m_pnpCallbacks.call(kNoDevice)); });
     lock = locked();
 }
 
