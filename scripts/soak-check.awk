@@ -1,39 +1,42 @@
-# Prints what is wrong with the samples of a soak. The first samples are of a program that has not
-# shown everything yet: memory, threads and handles are those of its first minute.
+# Prints what is wrong with the samples of a soak. What the program has beside its strokes is what it
+# has had in its first minute, in which it has shown everything.
 
-function wrong(what) { print "after " $1 " s " what }
+function wrong(what) { print "after " seconds " s " what }
+function larger(a, b) { return a > b ? a : b }
 
-NR == 1 {
-    last_s = 0
-    next
-}
+NR == 1 { next }
 {
-    if ($1 - last_s > longest_gap_s)
-        wrong("there has been no sample for " ($1 - last_s) " s")
-    if ($7 != $6)
-        wrong($6 " reports have been sent and " $7 " received")
-    if ($9 != $8)
-        wrong($8 " contacts have been claimed and " $9 " drawn")
-    if ($6 <= last_sent)
+    seconds = $1
+    resident = $2
+    allocated = $3
+    strokes = $6 * bytes_a_segment / 1024
+    if (seconds - last_s > longest_gap_s)
+        wrong("there has been no sample for " (seconds - last_s) " s")
+    if ($8 != $7)
+        wrong($7 " reports have been sent and " $8 " received")
+    if ($10 != $9)
+        wrong($9 " contacts have been claimed and " $10 " drawn")
+    if ($7 <= last_sent)
         wrong("no more reports have been sent")
-    last_s = $1
-    last_sent = $6
+    last_s = seconds
+    last_sent = $7
+    most = larger(most, strokes)
 }
 NR > 1 && $1 <= 60 {
-    own = $2 - $5 * bytes_a_segment / 1024
-    base = base > own ? base : own
-    threads = threads > $3 ? threads : $3
-    handles = handles > $4 ? handles : $4
+    own_resident = larger(own_resident, resident - strokes)
+    own_allocated = larger(own_allocated, allocated - strokes)
+    threads = larger(threads, $4)
+    handles = larger(handles, $5)
 }
 NR > 1 && $1 > 60 {
-    most = most > $5 ? most : $5
-    allowed = base + most * bytes_a_segment / 1024 + slack_kib
-    if ($2 > allowed)
-        wrong("it has " $2 " KiB, and " most " segments explain " int(allowed))
-    if ($3 > threads)
-        wrong("it has " $3 " threads, not " threads)
-    if ($4 > handles)
-        wrong("it has " $4 " handles, not " handles)
+    if (allocated > own_allocated + strokes + allocated_slack_kib)
+        wrong("it has allocated " allocated " KiB; its strokes explain " int(own_allocated + strokes))
+    if (resident > own_resident + most + resident_slack_kib)
+        wrong("it has " resident " KiB resident; its strokes explain " int(own_resident + most))
+    if ($4 > threads)
+        wrong("it has " $4 " threads, not " threads)
+    if ($5 > handles)
+        wrong("it has " $5 " handles, not " handles)
 }
 END {
     if (length_s - last_s > longest_gap_s)

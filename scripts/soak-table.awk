@@ -1,13 +1,14 @@
 # Makes a table of the samples of a soak: the last one of each minute.
 
 function row() {
-    printf "| %d | %.1f | %d | %d | %d | %d | %d | %d |\n", minute, resident / 1024, threads,
-        handles, segments, sent, received, tick
+    printf "| %d | %.1f | %.1f | %d | %d | %d | %d | %d | %d |\n", minute, resident / 1024,
+        allocated / 1024, threads, handles, segments, sent, received, tick
 }
 
 NR == 1 {
-    print "| minute | resident, MiB | threads | handles | segments kept | reports sent | received | longest tick, ms |"
-    print "|---|---|---|---|---|---|---|---|"
+    print "| minute | resident, MiB | allocated, MiB | threads | handles | segments kept |" \
+        " reports sent | received | longest tick, ms |"
+    print "|---|---|---|---|---|---|---|---|---|"
     next
 }
 NR > 2 && int($1 / 60) > minute {
@@ -17,11 +18,12 @@ NR > 2 && int($1 / 60) > minute {
 {
     minute = int($1 / 60)
     resident = $2
-    threads = $3
-    handles = $4
-    segments = $5
-    sent = $6
-    received = $7
-    tick = $10 > tick ? $10 : tick
+    allocated = $3
+    threads = $4
+    handles = $5
+    segments = $6
+    sent = $7
+    received = $8
+    tick = $11 > tick ? $11 : tick
 }
 END { if (NR > 1) row() }

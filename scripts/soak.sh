@@ -12,11 +12,13 @@ source scripts/x-session.sh
 [[ $# -eq 1 && $1 =~ ^[1-9][0-9]*$ ]] || fail "usage: scripts/soak.sh MINUTES"
 minutes=$1
 
-# A segment has 40 bytes, and its stroke's end wastes little.
+# A segment has 40 bytes; the rest is its share of what its stroke needs.
 bytes_a_segment=48
-# What a kept stroke needs beside its segments is in there, and what the allocator keeps of memory
-# that has been freed, in pieces that it cannot give back.
-slack_kib=8192
+# Strokes and markers in progress, and the events that wait.
+allocated_slack_kib=2048
+# What the allocator keeps of memory that it was given back: the strokes are many small pieces, and
+# each thread that updates an item may have a heap of its own.
+resident_slack_kib=49152
 # Samples are taken each time that the boards are silent, once in 6 s.
 longest_gap_s=30
 clear_every_s=180
@@ -88,8 +90,8 @@ kill "$other_pid"
 
 awk -f scripts/soak-table.awk "$samples" | tee "$table"
 problems() {
-    awk -v bytes_a_segment="$bytes_a_segment" -v slack_kib="$slack_kib" \
-        -v longest_gap_s="$longest_gap_s" -v length_s="$((60 * minutes))" \
+    awk -v allocated_slack_kib="$allocated_slack_kib" \
+        -v resident_slack_kib="$resident_slack_kib" -v bytes_a_segment="$bytes_a_segment" -v longest_gap_s="$longest_gap_s" -v length_s="$((60 * minutes))" \
         -f scripts/soak-check.awk "$samples"
     sed -E '/^(PnP event|Enumerated [0-9]+ devices)\.$/d; s/^/it says: /' "$work/output"
     sed -E '/^QObject::connect: No such signal TavelHardware::deviceEnumerated\(int,int\)$/d

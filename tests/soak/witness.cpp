@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <array>
 #include <cstring>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -26,6 +27,12 @@ qint64 resident_kib() {
     if (!file.open(QIODevice::ReadOnly))
         return 0;
     return file.readAll().split(' ').value(1).toLongLong() * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+/// What the program has of the allocator, which may hold more of the system.
+qint64 allocated_kib() {
+    const auto info = mallinfo2();
+    return static_cast<qint64>((info.uordblks + info.hblkhd) / 1024);
 }
 
 void begin() {
@@ -50,7 +57,7 @@ Witness::Witness(KestruneDialog& dialog, QObject* parent)
         !m_counts.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         qFatal("The witness has no file to write to, or none to read from");
     m_samples.write(
-        "seconds resident_kib threads handles segments sent received claimed drawn tick_ms\n");
+        "seconds resident_kib allocated_kib threads handles segments sent received claimed drawn tick_ms\n");
 
     Osterly* const osterly = dialog.m_osterly.get();
     TavelHardware* const hardware = osterly->hardware;
@@ -125,8 +132,8 @@ void Witness::sample(quint64 sent) {
     const int handles = entries("/proc/self/fd") - 1; // this one's own
     QByteArray line;
     for (const qint64 value :
-         {m_running.elapsed() / 1000, resident_kib(), qint64{threads}, qint64{handles}, segments,
-          static_cast<qint64>(sent), static_cast<qint64>(m_received),
+         {m_running.elapsed() / 1000, resident_kib(), allocated_kib(), qint64{threads},
+          qint64{handles}, segments, static_cast<qint64>(sent), static_cast<qint64>(m_received),
           static_cast<qint64>(m_claimed), m_segments_cleared + segments, m_longest_tick_ms})
         line += QByteArray::number(value) + ' ';
     line.back() = '\n';
