@@ -86,7 +86,7 @@ int FakeDriver::device_count() const {
     return static_cast<int>(m_boards.size());
 }
 
-int FakeDriver::enumerate(int index, unsigned char* block) {
+unsigned char FakeDriver::enumerate(int index, unsigned char* block) {
     const std::lock_guard lock(m_mutex);
     if (index < 0 || index >= static_cast<int>(m_boards.size()))
         return 0;

@@ -48,7 +48,7 @@ public:
     // The driver's side.
     void called(const std::string& name, const std::string& arguments);
     int device_count() const;
-    int enumerate(int index, unsigned char* block);
+    unsigned char enumerate(int index, unsigned char* block); ///< whether it tells
     void set_callback(int device, TavelPacketCallback callback, void* context);
     void clear_callback(int device, TavelPacketCallback callback, void* context);
     void set_pnp_callback(TavelPnpCallback callback, void* context);

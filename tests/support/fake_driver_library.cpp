@@ -78,9 +78,8 @@ int tavelGetDeviceCount() {
     return called("tavelGetDeviceCount").device_count();
 }
 
-int tavelEnumDeviceInfo(int index, void* block) {
-    return called("tavelEnumDeviceInfo", text(index))
-        .enumerate(index, static_cast<unsigned char*>(block));
+unsigned char tavelEnumDeviceInfo(int index, _TAVEL_DEVICE_INFO* block) {
+    return called("tavelEnumDeviceInfo", text(index)).enumerate(index, block->bytes);
 }
 
 int tavelSetPointingDeviceDestination(int device, unsigned char pen, bool flag,
