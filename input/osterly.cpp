@@ -1,14 +1,13 @@
 #include "input/osterly.h"
 
+#include "hardware/configuration.h"
+
 #include <QCoreApplication>
 #include <QString>
 #include <QTimer>
 #include <cstdio>
 
 namespace {
-
-constexpr int kPens = 4;
-constexpr int kConfigDelay_ms = 2000; // a board that is plugged in takes that long to listen
 
 void write(const QString& text) {
     std::fputs(text.toUtf8().constData(), stdout);
@@ -45,19 +44,15 @@ Osterly::~Osterly() {
 }
 
 void Osterly::configureHardware(bool off) {
-    for (int i = 0; i < kPens; ++i) {
-        // The hardware mode counts pens from 0 and the report mode from 1: on purpose.
-        const auto pen = static_cast<unsigned char>(i);
-        hardware->setPenHardwareMode(pen, TavelHardware::PenHardwareMode::Standard);
-        const bool on = !off && !pen_disabled[i];
-        hardware->setPenReportMode(static_cast<unsigned char>(pen + 1),
-                                   on ? TavelHardware::PenReportMode::On
-                                      : TavelHardware::PenReportMode::Off);
+    WantedReports wanted = WantedReports::none();
+    if (!off) {
+        int pen = 0;
+        for (bool& isWanted : wanted.pens)
+            isWanted = !pen_disabled[pen++];
+        wanted.touches = !touch_disabled;
+        wanted.erasers = !erase_disabled;
     }
-    hardware->setTouchReportMode(!off && !touch_disabled ? TavelHardware::TouchReportMode::On
-                                                         : TavelHardware::TouchReportMode::Off);
-    hardware->setEraseReportMode(!off && !erase_disabled ? TavelHardware::EraseReportMode::On
-                                                         : TavelHardware::EraseReportMode::Off);
+    configure(*hardware, wanted);
 }
 
 void Osterly::in_pnp_event() {
@@ -76,7 +71,7 @@ void Osterly::in_device_enum_count(int count) {
     config_timer = new QTimer;
     config_timer->setSingleShot(true);
     config_timer->setTimerType(Qt::PreciseTimer); // else up to a tenth of a second too early
-    config_timer->setInterval(kConfigDelay_ms);
+    config_timer->setInterval(kConfigurationDelay_ms);
     connect(config_timer, &QTimer::timeout, this, &Osterly::in_config_delay_timeout);
     config_timer->start();
 }
