@@ -27,22 +27,22 @@ class TestInterruption : public QObject {
     Q_OBJECT
 
 private slots:
-    void a_numberis_told_from_the_event_loop_data();
-    void a_numberis_told_from_the_event_loop();
-    void a_numberon_another_thread_is_told_too();
-    void a_second_numberends_the_process();
-    void afterwards_a_numberends_the_process();
+    void a_signal_is_told_from_the_event_loop_data();
+    void a_signal_is_told_from_the_event_loop();
+    void a_signal_on_another_thread_is_told_too();
+    void a_second_signal_ends_the_process();
+    void afterwards_a_signal_ends_the_process();
     void a_hangup_that_is_ignored_stays_ignored();
 };
 
-void TestInterruption::a_numberis_told_from_the_event_loop_data() {
+void TestInterruption::a_signal_is_told_from_the_event_loop_data() {
     QTest::addColumn<int>("number");
     QTest::newRow("SIGINT") << SIGINT;
     QTest::newRow("SIGTERM") << SIGTERM;
     QTest::newRow("SIGHUP") << SIGHUP;
 }
 
-void TestInterruption::a_numberis_told_from_the_event_loop() {
+void TestInterruption::a_signal_is_told_from_the_event_loop() {
     QFETCH(const int, number);
     int asked = 0;
     const Interruption interruption([&asked] { ++asked; });
@@ -52,7 +52,7 @@ void TestInterruption::a_numberis_told_from_the_event_loop() {
     QCOMPARE(asked, 1);
 }
 
-void TestInterruption::a_numberon_another_thread_is_told_too() {
+void TestInterruption::a_signal_on_another_thread_is_told_too() {
     int asked = 0;
     const Interruption interruption([&asked] { ++asked; });
     std::thread([] { ::pthread_kill(::pthread_self(), SIGINT); }).join();
@@ -60,7 +60,7 @@ void TestInterruption::a_numberon_another_thread_is_told_too() {
     QTRY_COMPARE(asked, 1);
 }
 
-void TestInterruption::a_second_numberends_the_process() {
+void TestInterruption::a_second_signal_ends_the_process() {
     const int status = status_of_child([] {
         const Interruption interruption([] {});
         std::raise(SIGINT);
@@ -70,7 +70,7 @@ void TestInterruption::a_second_numberends_the_process() {
     QCOMPARE(WTERMSIG(status), SIGINT);
 }
 
-void TestInterruption::afterwards_a_numberends_the_process() {
+void TestInterruption::afterwards_a_signal_ends_the_process() {
     const int status = status_of_child([] {
         {
             const Interruption interruption([] {});
