@@ -46,6 +46,8 @@ private slots:
     void coming_to_rest_and_leaving_are_no_jitter();
     void a_drift_of_the_centre_is_no_rest_data();
     void a_drift_of_the_centre_is_no_rest();
+    void both_neighbours_have_to_be_at_the_same_place_data();
+    void both_neighbours_have_to_be_at_the_same_place();
     void what_extends_too_far_is_no_rest_data();
     void what_extends_too_far_is_no_rest();
     void a_silence_ends_the_rest();
@@ -115,6 +117,23 @@ void TestRestFinder::a_drift_of_the_centre_is_no_rest() {
     QFETCH(const bool, rests);
     const auto steps = [drift](int i) { return QPoint(16000, 12000) + drift * (i / kBlock); };
     QCOMPARE(rest_of(steps, 4 * kBlock).blocks, rests ? 2 : 0);
+}
+
+void TestRestFinder::both_neighbours_have_to_be_at_the_same_place_data() {
+    QTest::addColumn<int>("elsewhere"); // of three half seconds
+    QTest::addColumn<int>("blocks");
+    QTest::newRow("the first") << 0 << 0;
+    QTest::newRow("the last") << 2 << 0;
+    QTest::newRow("none") << 3 << 1;
+}
+
+void TestRestFinder::both_neighbours_have_to_be_at_the_same_place() {
+    QFETCH(const int, elsewhere);
+    QFETCH(const int, blocks);
+    const auto path = [elsewhere](int i) {
+        return i / kBlock == elsewhere ? QPoint(16100, 12000) : still(i);
+    };
+    QCOMPARE(rest_of(path, 3 * kBlock).blocks, blocks);
 }
 
 void TestRestFinder::what_extends_too_far_is_no_rest_data() {
