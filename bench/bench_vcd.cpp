@@ -1,228 +1,247 @@
-// The trace recorder beside a plain one: what update and write_vcd cost, and how many times as fast
-// as the plain ones they are in the same run.
+// The trace recorder: how fast it writes, against a plain implementation and against the bytes
+// alone, what an update costs, and how much memory it takes.
 
+#include "bench/ratio.h"
 #include "trace/vcd.h"
 
 #include <algorithm>
-#include <benchmark/benchmark.h>
-#include <chrono>
+#include <array>
+#include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <limits>
-#include <map>
-#include <mutex>
+#include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
-// The recorder as one writes it down at first: arrays that double, a sort of a copy of everything,
-// and a stream insertion for each field.
-class PlainVcd {
-public:
-    using change = Vcd::change;
+constexpr int kChanges = 2000000;
+constexpr int kRepetitions = 7;
 
-    PlainVcd(const std::string& name, double value) {
-        {
-            const std::lock_guard lock(m_mutex);
-            std::uint32_t& number = m_name_to_id_map[name];
-            if (number == 0) {
-                number = m_next_id++;
-                m_id_to_name_map[number] = name;
-            }
-            id = number;
-        }
-        update(value);
-    }
+enum Values { Sixteenths, FullMantissa };
 
-    void update(double value) {
-        const std::lock_guard lock(m_mutex);
-        std::vector<change>& changes = m_id_to_changes_map[id];
-        if (!changes.empty() && changes.back().value == value)
-            return;
-        const std::chrono::nanoseconds since_start =
-            std::chrono::system_clock::now() - Vcd::m_starttime;
-        std::int64_t time = since_start.count();
-        if (!changes.empty() && changes.back().time >= time)
-            time = changes.back().time + 1;
-        changes.push_back({id, type, value, time});
-    }
+double value(Values values, int n) {
+    const int step = n % 32768;
+    return values == Sixteenths ? step / 16.0 : std::sqrt(step + 0.1);
+}
 
-    static void write_vcd(const std::string& filename) {
-        std::ofstream file(filename);
-        if (!file)
-            return;
-        std::map<std::uint32_t, std::string> codes;
-        file << "$date It's a new day. $end\n"
-             << "$version VCD generator V1.0. $end\n"
-             << "$comment VCD generator by Vexlin $end\n"
-             << "$timescale 1 ns $end\n"
-             << "$scope module logic $end\n";
-        for (const auto& [number, name] : m_id_to_name_map) {
-            std::string& code = codes[number];
-            std::uint32_t rest = number - 33;
-            do
-                code += static_cast<char>(33 + rest % 93);
-            while ((rest /= 93) != 0);
-            file << "$var real 64 " << code << ' ' << name << " $end\n";
-        }
-        file << "$upscope $end\n"
-             << "$enddefinitions $end\n";
-
-        std::vector<change> all;
-        for (const auto& [number, changes] : m_id_to_changes_map)
-            all.insert(all.end(), changes.begin(), changes.end());
-        std::stable_sort(all.begin(), all.end(),
-                         [](const change& a, const change& b) { return a.time < b.time; });
-        std::int64_t last_time = 0;
-        for (const change& change : all) {
-            if (change.time != last_time) {
-                file << '#' << change.time << '\n';
-                last_time = change.time;
-            }
-            if (change.type != 0)
-                file << 'r' << change.value << ' ' << codes[change.id] << '\n';
-            else
-                file << 's' << static_cast<char>(change.value) << ' ' << codes[change.id] << '\n';
-        }
-    }
-
-    std::uint32_t id = 0;
-    int type = 1;
-
-    inline static std::map<std::uint32_t, std::string> m_id_to_name_map;
-    inline static std::map<std::string, std::uint32_t> m_name_to_id_map;
-    inline static std::map<std::uint32_t, std::vector<change>> m_id_to_changes_map;
-    inline static std::mutex m_mutex;
-    inline static std::uint32_t m_next_id = 33;
-};
-
-template <typename Trace>
 void forget() {
-    Trace::m_id_to_name_map.clear();
-    Trace::m_name_to_id_map.clear();
-    Trace::m_id_to_changes_map.clear();
-    Trace::m_next_id = 33;
+    Vcd::m_id_to_name_map.clear();
+    Vcd::m_name_to_id_map.clear();
+    Vcd::m_id_to_changes_map.clear();
+    Vcd::m_next_id = Vcd::kFirstId;
 }
 
-template <typename Trace>
-void forget_before(const benchmark::State&) {
-    forget<Trace>();
-}
-
-constexpr int kUpdates = 1000000;
-
-// A contact that moves across the board, as the board's normalised coordinates tell it.
-double coordinate(int report) {
-    return static_cast<double>(report % 32768) / 32768.0;
-}
-
-template <typename Trace>
-void record(int signal_count, int change_count) {
-    forget<Trace>();
-    std::vector<Trace> signals;
-    signals.reserve(static_cast<std::size_t>(signal_count));
+/// In place of what has been recorded so far.
+void record(Values values, int signal_count, int change_count) {
+    forget();
+    std::vector<Vcd> traces;
     for (int i = 0; i < signal_count; ++i)
-        signals.emplace_back("signal" + std::to_string(i), -1.0);
-    for (int i = signal_count; i < change_count; ++i)
-        signals[static_cast<std::size_t>(i % signal_count)].update(coordinate(i));
+        traces.emplace_back("signal" + std::to_string(i), -1.0);
+    for (int n = signal_count; n < change_count; ++n)
+        traces[static_cast<std::size_t>(n % signal_count)].update(value(values, n));
 }
 
-class OutputFile {
-public:
-    OutputFile() = default;
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
-    ~OutputFile() { std::remove(name.c_str()); }
+/// The writer as one writes it down at first: a sort of a copy of everything, a map of codes, and a
+/// stream insertion for each field.
+void write_plainly(const std::string& filename) {
+    std::ofstream file(filename);
+    if (!file)
+        return;
+    std::map<std::uint32_t, std::string> codes;
+    file << "$date It's a new day. $end\n"
+         << "$version VCD generator V1.0. $end\n"
+         << "$comment VCD generator by Vexlin $end\n"
+         << "$timescale 1 ns $end\n"
+         << "$scope module logic $end\n";
+    for (const auto& [number, name] : Vcd::m_id_to_name_map) {
+        std::string& code = codes[number];
+        std::uint32_t rest = number - Vcd::kFirstId;
+        do
+            code += static_cast<char>('!' + rest % 93);
+        while ((rest /= 93) != 0);
+        file << "$var real 64 " << code << ' ' << name << " $end\n";
+    }
+    file << "$upscope $end\n"
+         << "$enddefinitions $end\n";
 
-    const std::string name = (std::filesystem::temp_directory_path() /
-                              ("bench_vcd." + std::to_string(getpid()) + ".vcd"))
-                                 .string();
+    std::vector<Vcd::change> all;
+    for (const auto& [number, changes] : Vcd::m_id_to_changes_map) {
+        for (const auto& block : changes.blocks())
+            all.insert(all.end(), block.items.begin(), block.items.end());
+    }
+    std::stable_sort(all.begin(), all.end(),
+                     [](const Vcd::change& a, const Vcd::change& b) { return a.time < b.time; });
+    std::int64_t last_time = 0;
+    for (const Vcd::change& change : all) {
+        if (change.time != last_time) {
+            file << '#' << change.time << '\n';
+            last_time = change.time;
+        }
+        if (change.type != Vcd::kChar)
+            file << 'r' << change.value << ' ' << codes[change.id] << '\n';
+        else
+            file << 's' << static_cast<char>(change.value) << ' ' << codes[change.id] << '\n';
+    }
+}
+
+/// Two files of the process's own, removed at the end.
+class Files {
+public:
+    ~Files() {
+        std::remove(ours.c_str());
+        std::remove(other.c_str());
+    }
+
+    const std::string ours = name("ours");
+    const std::string other = name("other");
+
+private:
+    static std::string name(const std::string& side) {
+        const std::string name = "bench_vcd." + std::to_string(getpid()) + '.' + side;
+        return (std::filesystem::temp_directory_path() / name).string();
+    }
 };
 
-template <typename Trace>
-void update_changed(benchmark::State& state) {
-    Trace signal("signal" + std::to_string(state.thread_index()), -1.0);
-    int report = 0;
-    for (auto _ : state)
-        signal.update(coordinate(report++));
+std::string content(const std::string& filename) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(filename, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
-template <typename Trace>
-void update_unchanged(benchmark::State& state) {
-    Trace signal("signal" + std::to_string(state.thread_index()), -1.0);
-    for (auto _ : state)
-        signal.update(-1.0);
+void write_bytes(const std::string& filename, const std::string& bytes) {
+    std::FILE* const file = std::fopen(filename.c_str(), "wb");
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fclose(file);
 }
 
-template <typename Trace>
-void write(benchmark::State& state) {
-    const auto change_count = static_cast<int>(state.range(1));
-    record<Trace>(static_cast<int>(state.range(0)), change_count);
-    const OutputFile file;
-    for (auto _ : state)
-        Trace::write_vcd(file.name);
-    state.SetItemsProcessed(state.iterations() * change_count);
-    forget<Trace>();
+template <typename Write>
+double process_time(Write write) {
+    return ratio::time(ratio::Clock::Process, write);
 }
 
-// Both by turns, so that whatever else the machine does meets both. The least processor time of
-// each counts: the more rounds (--benchmark_min_time=5), the less of the machine is in the ratio.
-void write_against_plain(benchmark::State& state) {
-    record<Vcd>(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-    record<PlainVcd>(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-    const OutputFile file;
-    std::clock_t plain = std::numeric_limits<std::clock_t>::max();
-    std::clock_t own = plain;
-    for (auto _ : state) {
-        const std::clock_t start = std::clock();
-        PlainVcd::write_vcd(file.name);
-        const std::clock_t between = std::clock();
-        Vcd::write_vcd(file.name);
-        own = std::min(own, std::clock() - between);
-        plain = std::min(plain, between - start);
+bool writing(const ratio::Report& report) {
+    bool is_same = true;
+    for (const Values values : {Sixteenths, FullMantissa}) {
+        for (const int signal_count : {1, 100}) {
+            const Files files;
+            record(values, signal_count, report.count(kChanges, 20000));
+            const auto ours = [&] { return process_time([&] { Vcd::write_vcd(files.ours); }); };
+            const auto plain = [&] { return process_time([&] { write_plainly(files.other); }); };
+            const std::string what = std::string("write_vcd, ") +
+                                     (values == Sixteenths ? "sixteenths" : "full mantissa") +
+                                     ", " + std::to_string(signal_count) +
+                                     (signal_count == 1 ? " signal" : " signals");
+            report.times("1", what + ", against the plain writer",
+                         report.by_turns(kRepetitions, ours, plain), ratio::at_least(9.0));
+            const std::string bytes = content(files.ours);
+            is_same = is_same && bytes == content(files.other);
+            const auto bare = [&] {
+                return process_time([&] { write_bytes(files.other, bytes); });
+            };
+            report.times("1", what + ", against the bytes alone",
+                         report.by_turns(kRepetitions, ours, bare), ratio::at_most(9.0));
+        }
     }
-    state.counters["plain_ms"] = 1e3 * static_cast<double>(plain) / CLOCKS_PER_SEC;
-    state.counters["own_ms"] = 1e3 * static_cast<double>(own) / CLOCKS_PER_SEC;
-    state.counters["times_as_fast"] = static_cast<double>(plain) / static_cast<double>(own);
-    forget<Vcd>();
-    forget<PlainVcd>();
+    forget();
+    if (!is_same)
+        std::fputs("The two writers differ.\n", stderr);
+    return is_same;
 }
 
-BENCHMARK_TEMPLATE(update_changed, PlainVcd)
-    ->Setup(forget_before<PlainVcd>)
-    ->Iterations(kUpdates)
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
-BENCHMARK_TEMPLATE(update_changed, Vcd)
-    ->Setup(forget_before<Vcd>)
-    ->Iterations(kUpdates)
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
-BENCHMARK_TEMPLATE(update_unchanged, PlainVcd)
-    ->Setup(forget_before<PlainVcd>)
-    ->Iterations(kUpdates)
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
-BENCHMARK_TEMPLATE(update_unchanged, Vcd)
-    ->Setup(forget_before<Vcd>)
-    ->Iterations(kUpdates)
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
-
-void sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"signals", "changes"})
-        ->ArgsProduct({{1, 100}, {20000, 2000000}})
-        ->Unit(benchmark::kMillisecond);
+void updating(const ratio::Report& report) {
+    const int rounds = report.count(1000000, 1000);
+    const auto ours = [rounds] {
+        forget();
+        Vcd trace("signal", -1.0);
+        return process_time([&] {
+            for (int n = 0; n < rounds; ++n)
+                trace.update(n);
+        });
+    };
+    const auto clock_and_lock = [rounds] {
+        std::mutex mutex;
+        volatile std::int64_t time = 0;
+        return process_time([&] {
+            for (int n = 0; n < rounds; ++n) {
+                const std::lock_guard lock(mutex);
+                time = std::chrono::system_clock::now().time_since_epoch().count();
+            }
+        });
+    };
+    report.times("2", "update that records, against a clock reading and a lock",
+                 report.by_turns(15, ours, clock_and_lock), ratio::at_most(1.6), rounds);
+    forget();
 }
 
-BENCHMARK_TEMPLATE(write, PlainVcd)->Apply(sizes);
-BENCHMARK_TEMPLATE(write, Vcd)->Apply(sizes);
-BENCHMARK(write_against_plain)->Apply(sizes);
+/// A figure of this process in the kernel's own words, in bytes.
+double status(const std::string& name) {
+    std::ifstream file("/proc/self/status");
+    for (std::string word; file >> word;) {
+        if (word == name + ':') {
+            double kilobytes = 0.0;
+            file >> kilobytes;
+            return 1024.0 * kilobytes;
+        }
+    }
+    return 0.0;
+}
+
+/// In bytes, what recording and writing have added to a process of their own.
+double peak_memory(int signal_count, int change_count) {
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0)
+        return 0.0;
+    const pid_t child = fork();
+    if (child == 0) {
+        const double before = status("VmRSS");
+        record(FullMantissa, signal_count, change_count);
+        Vcd::write_vcd("/dev/null");
+        const double added = status("VmHWM") - before;
+        _exit(write(ends[1], &added, sizeof added) == sizeof added ? 0 : 1);
+    }
+    close(ends[1]);
+    double added = 0.0;
+    if (read(ends[0], &added, sizeof added) != sizeof added)
+        added = 0.0;
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    return added;
+}
+
+void remembering(const ratio::Report& report) {
+    double worst = 0.0;
+    double worst_added = 0.0;
+    int worst_count = 1;
+    for (const int signal_count : {1, 100}) {
+        for (const int change_count : {kChanges, kChanges + kChanges / 10}) {
+            const int count = report.count(change_count, change_count / 100);
+            std::vector<double> added;
+            for (int i = 0; i < report.count(kRepetitions); ++i)
+                added.push_back(peak_memory(signal_count, count));
+            const double median = ratio::median(added);
+            if (median / count > worst) {
+                worst = median / count;
+                worst_added = median;
+                worst_count = count;
+            }
+        }
+    }
+    report.row("3", "memory of recording and writing, the worst of four",
+               ratio::number_text(worst_added) + " bytes", std::to_string(worst_count) + " changes",
+               worst, ratio::at_most(40.0));
+}
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    const ratio::Report report(argc, argv);
+    remembering(report); // first, while there is nothing that a child could inherit
+    const bool is_same = writing(report);
+    updating(report);
+    return is_same ? 0 : 1;
+}
