@@ -96,14 +96,17 @@ void EventItem::add_tag(QPointF corner) {
     };
     const Glyphs& known = tag_glyphs(m_font);
     const Glyphs& glyphs = known.font() == m_font ? known : Glyphs(m_font, QString());
-    m_text = QPainterPath();
-    m_lines.clear();
+    m_text_pieces.clear();
+    int n = 0;
     for (const QString& line : lines) {
-        const int n = static_cast<int>(m_lines.size()) + 1;
-        const QPointF baseline(corner.x(), corner.y() + n * glyphs.line_height());
-        m_lines.push_back(glyphs.outlines(baseline, line));
-        m_text.addPath(m_lines.back());
+        const QPointF baseline(corner.x(), corner.y() + ++n * glyphs.line_height());
+        glyphs.add_pieces(baseline, line, m_text_pieces);
     }
+    m_text.clear(); // keeps its memory
+    for (const QPainterPath& piece : m_text_pieces)
+        m_text.addPath(piece);
+    if (!glyphs.are_lines_apart())
+        m_text_pieces = {m_text};
 }
 
 void EventItem::redraw(QPainter& painter) {
@@ -118,6 +121,10 @@ void EventItem::redraw(QPainter& painter) {
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::black);
-    for (const QPainterPath& line : m_lines) // one by one is many times faster than as one path
-        painter.drawPath(line);
+    if (painter.transform().type() > QTransform::TxTranslate) {
+        painter.drawPath(m_text);
+        return;
+    }
+    for (const QPainterPath& piece : m_text_pieces) // several times as fast as all at once
+        painter.drawPath(piece);
 }

@@ -3,9 +3,9 @@
 #include <QFont>
 #include <QPainterPath>
 #include <QPointF>
+#include <QRectF>
 #include <QString>
-#include <map>
-#include <utility>
+#include <vector>
 
 /// The outlines of a font's glyphs, for short texts that are drawn over and over on threads that
 /// have never used the font: there, loading glyphs and shaping text would cost most of the drawing.
@@ -16,21 +16,31 @@ public:
     /// sample by more than neighbours is not learnt at all.
     Glyphs(const QFont& font, const QString& sample);
 
-    /// The same as QPainterPath::addText(baseline, font, text), which is asked itself for a text of
-    /// which something has not been learnt.
-    QPainterPath outlines(QPointF baseline, const QString& text) const;
+    /// Appends the same outlines as QPainterPath::addText(baseline, font, text), in pieces from the
+    /// left to the right that have at least a pixel between them: filled one by one, unscaled and
+    /// unturned, they give the same pixels several times as fast. A text of which something has not
+    /// been learnt is one piece, and the toolkit's.
+    void add_pieces(QPointF baseline, const QString& text, std::vector<QPainterPath>& pieces) const;
+
+    /// Whether lines of learnt text that are line_height() apart have a pixel between them, too.
+    bool are_lines_apart() const { return m_are_lines_apart; }
 
     const QFont& font() const { return m_font; }
     int line_height() const { return m_line_height; } ///< in pixels
 
 private:
-    using Pair = std::pair<QChar, QChar>;
+    struct Glyph {
+        QPainterPath outline; ///< with the baseline's start at the origin
+        QRectF bounds;        ///< null where there is nothing to see
+    };
 
+    std::size_t pair(QChar first, QChar second) const;
     bool knows(const QString& text) const;
 
     QFont m_font;
     int m_line_height;
-    std::map<QChar, QPainterPath> m_outlines; ///< with the baseline's start at the origin
-    std::map<Pair, double>
-        m_advances; ///< in pixels, from the first of two neighbours to the second
+    bool m_are_lines_apart = false;
+    QString m_characters;           ///< each that has been learnt, once
+    std::vector<Glyph> m_glyphs;    ///< of each of m_characters
+    std::vector<double> m_advances; ///< in pixels, of each pair of them; not a number: not learnt
 };

@@ -71,6 +71,10 @@ private slots:
     void the_buttons_are_eight_digits();
 
     void the_paths_are_drawn_one_after_the_other();
+    void text_that_may_meet_is_drawn_at_once_data();
+    void text_that_may_meet_is_drawn_at_once();
+    void text_in_pieces_is_the_same_picture_data();
+    void text_in_pieces_is_the_same_picture();
     void a_marker_is_painted_data();
     void a_marker_is_painted();
     void text_beyond_the_image_is_cut_off();
@@ -307,7 +311,7 @@ void TestEventItem::the_paths_are_drawn_one_after_the_other() {
     item->redraw(painter);
     painter.end();
 
-    QCOMPARE(recorder.drawn().size(), 2 + 6); // and the text line by line
+    QVERIFY(recorder.drawn().size() > 2 + 6); // and the text, more than line by line
     const auto& [shape, cross] = std::tie(recorder.drawn()[0], recorder.drawn()[1]);
     for (QPen const& line : {shape.pen, cross.pen}) {
         QCOMPARE(line.color(), QColor(Qt::black));
@@ -322,12 +326,71 @@ void TestEventItem::the_paths_are_drawn_one_after_the_other() {
     QCOMPARE(cross.brush, QBrush(Qt::NoBrush));
     QPainterPath text;
     for (int i = 2; i < recorder.drawn().size(); ++i) {
-        const auto& line = recorder.drawn()[i];
-        text.addPath(line.path);
-        QCOMPARE(line.pen, QPen(Qt::NoPen));
-        QCOMPARE(line.brush, QBrush(Qt::black));
+        const auto& piece = recorder.drawn()[i];
+        text.addPath(piece.path);
+        QCOMPARE(piece.pen, QPen(Qt::NoPen));
+        QCOMPARE(piece.brush, QBrush(Qt::black));
     }
     QCOMPARE(text, item->m_text);
+}
+
+void TestEventItem::text_that_may_meet_is_drawn_at_once_data() {
+    QTest::addColumn<QTransform>("transform");
+    QTest::addColumn<int>("pixel_size");
+    QTest::newRow("turned") << QTransform().rotate(30) << 16;
+    QTest::newRow("scaled") << QTransform::fromScale(0.1, 0.1) << 16;
+    QTest::newRow("in another font") << QTransform() << 17;
+}
+
+void TestEventItem::text_that_may_meet_is_drawn_at_once() {
+    QFETCH(const QTransform, transform);
+    QFETCH(const int, pixel_size);
+    const auto item = marker(report(10, 20));
+    item->m_font.setPixelSize(pixel_size);
+    item->rebuild();
+    PathRecorder recorder;
+    QPainter painter(&recorder);
+    painter.setTransform(transform);
+    item->redraw(painter);
+    painter.end();
+    QCOMPARE(recorder.drawn().size(), 2 + 1);
+    QCOMPARE(recorder.drawn().back().path, item->m_text);
+}
+
+void TestEventItem::text_in_pieces_is_the_same_picture_data() {
+    QTest::addColumn<QPointF>("shift");
+    QTest::addColumn<double>("radius");
+    QTest::newRow("whole") << QPointF(0, 0) << 12.0;
+    QTest::newRow("a quarter") << QPointF(0.25, 0.5) << 12.5;
+    QTest::newRow("anywhere") << QPointF(0.3717, 0.911) << 17.2391;
+    QTest::newRow("anywhere else") << QPointF(0.999, 0.001) << 0.1 / 3.0;
+}
+
+void TestEventItem::text_in_pieces_is_the_same_picture() {
+    QFETCH(const QPointF, shift);
+    QFETCH(const double, radius);
+    const auto item = marker(report(radius, radius, 1363.75, 872.38), QColor(0, 255, 0, 32));
+    item->rebuild();
+    const auto picture = [&](auto draw) {
+        QImage image = blank({250, 200}, Qt::transparent);
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(QPointF(180, 150) + shift);
+        draw(painter);
+        return image;
+    };
+    const QImage in_pieces = picture([&](QPainter& painter) { item->redraw(painter); });
+    const QImage at_once = picture([&](QPainter& painter) {
+        QPen pen(Qt::black, 1.0, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
+        pen.setCosmetic(true);
+        painter.setPen(pen);
+        painter.setBrush(item->m_color);
+        painter.drawPath(item->m_shape);
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPath(item->m_cross);
+        painter.fillPath(item->m_text, Qt::black);
+    });
+    QCOMPARE(in_pieces, at_once);
 }
 
 void TestEventItem::a_marker_is_painted_data() {

@@ -30,6 +30,21 @@ QString figures() {
     return sample;
 }
 
+using Pieces = std::vector<QPainterPath>;
+
+Pieces pieces(const Glyphs& glyphs, QPointF baseline, const QString& text) {
+    Pieces all;
+    glyphs.add_pieces(baseline, text, all);
+    return all;
+}
+
+QPainterPath outlines(const Glyphs& glyphs, QPointF baseline, const QString& text) {
+    QPainterPath path;
+    for (const QPainterPath& piece : pieces(glyphs, baseline, text))
+        path.addPath(piece);
+    return path;
+}
+
 QPainterPath expected(QPointF baseline, const QFont& font, const QString& text) {
     QPainterPath path;
     path.addText(baseline, font, text);
@@ -49,13 +64,14 @@ bool are_same(const QPainterPath& a, const QPainterPath& b) {
     return true;
 }
 
-QImage picture(const QPainterPath& path) {
+QImage picture(const Pieces& paths) {
     QImage image(300, 60, QImage::Format_ARGB32_Premultiplied);
     image.fill(0U);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(120.25, 40.5);
-    painter.fillPath(path, Qt::black);
+    for (const QPainterPath& path : paths)
+        painter.fillPath(path, Qt::black);
     return image;
 }
 
@@ -68,11 +84,18 @@ private slots:
     void numbers_are_the_toolkits_data();
     void numbers_are_the_toolkits();
     void the_picture_is_the_toolkits();
+    void pieces_have_a_pixel_between_them_data();
+    void pieces_have_a_pixel_between_them();
+    void a_glyph_within_another_ends_no_piece();
+    void pieces_are_added_to_those_there_are();
+    void blanks_are_no_pieces();
     void a_text_not_learnt_is_the_toolkits_data();
     void a_text_not_learnt_is_the_toolkits();
     void a_font_that_joins_letters_is_the_toolkits();
     void a_sample_shaped_by_more_than_neighbours_is_not_learnt();
     void the_line_height_is_the_fonts();
+    void lines_are_apart_where_the_glyphs_are_low_data();
+    void lines_are_apart_where_the_glyphs_are_low();
     void it_is_read_on_many_threads();
 };
 
@@ -107,9 +130,9 @@ void TestGlyphs::numbers_are_the_toolkits() {
         const QString text = QStringLiteral("X Radius: ") + QString::number(value, 'g', 6);
         const QPointF baseline(-static_cast<double>(random() % 100000) / 317.0,
                                static_cast<double>(random() % 100000) / 317.0 - 150.0);
-        const QPainterPath outlines = glyphs.outlines(baseline, text);
-        QVERIFY2(are_same(outlines, expected(baseline, font, text)), qPrintable(text));
-        QVERIFY(outlines == expected(baseline, font, text));
+        const QPainterPath made = outlines(glyphs, baseline, text);
+        QVERIFY2(are_same(made, expected(baseline, font, text)), qPrintable(text));
+        QVERIFY(made == expected(baseline, font, text));
     }
 }
 
@@ -121,9 +144,64 @@ void TestGlyphs::the_picture_is_the_toolkits() {
     for (int i = 0; i < 100; ++i) {
         const QString text = QStringLiteral("X Radius: ") + QString::number(number(random), 'g', 6);
         const QPointF baseline(-100.0 - shift(random), shift(random));
-        QCOMPARE(picture(glyphs.outlines(baseline, text)),
-                 picture(expected(baseline, tag_font(), text)));
+        QCOMPARE(picture(pieces(glyphs, baseline, text)),
+                 picture({expected(baseline, tag_font(), text)}));
     }
+}
+
+void TestGlyphs::pieces_have_a_pixel_between_them_data() {
+    QTest::addColumn<double>("spacing");
+    QTest::addColumn<int>("most");
+    QTest::newRow("as the font has it") << 0.0 << 13;
+    QTest::newRow("tight") << -1.5 << 12;
+    QTest::newRow("over each other") << -12.0 << 1;
+    QTest::newRow("wide") << 4.0 << 13;
+}
+
+void TestGlyphs::pieces_have_a_pixel_between_them() {
+    QFETCH(const double, spacing);
+    QFETCH(const int, most);
+    QFont font = tag_font();
+    font.setLetterSpacing(QFont::AbsoluteSpacing, spacing);
+    const Glyphs glyphs(font, figures());
+    const QString text = QStringLiteral("1234567890+.7");
+    const Pieces all = pieces(glyphs, {0.3, 0.0}, text);
+    QVERIFY(!all.empty() && all.size() <= static_cast<std::size_t>(most));
+    QVERIFY(spacing < 4.0 || all.size() == static_cast<std::size_t>(most)); // each for itself
+    for (std::size_t i = 1; i < all.size(); ++i)
+        QVERIFY(all[i].boundingRect().left() - all[i - 1].boundingRect().right() > 1.0);
+    QCOMPARE(outlines(glyphs, {0.3, 0.0}, text), expected({0.3, 0.0}, font, text));
+    QCOMPARE(picture(all), picture({expected({0.3, 0.0}, font, text)}));
+}
+
+void TestGlyphs::a_glyph_within_another_ends_no_piece() {
+    QFont font = tag_font();
+    font.setLetterSpacing(QFont::AbsoluteSpacing, -9.0);
+    font.setWordSpacing(12.0);
+    const Glyphs glyphs(font, figures());
+    const QString text = QStringLiteral("0. 7"); // the dot stands in the 0, and the 7 over its end
+    const double dot_end = expected({}, font, QStringLiteral("0.")).boundingRect().right();
+    QCOMPARE(dot_end, expected({}, font, QStringLiteral("0")).boundingRect().right());
+    QCOMPARE(pieces(glyphs, {}, text).size(), std::size_t{1});
+    QCOMPARE(outlines(glyphs, {}, text), expected({}, font, text));
+}
+
+void TestGlyphs::pieces_are_added_to_those_there_are() {
+    const Glyphs glyphs(tag_font(), figures());
+    const QString text = QStringLiteral("77");
+    Pieces all = pieces(glyphs, {0.0, 0.0}, text);
+    const QPainterPath first = all.front();
+    const std::size_t count = all.size();
+    glyphs.add_pieces({0.0, 0.0}, text, all); // in the same place
+    QCOMPARE(all.size(), 2 * count);
+    QCOMPARE(all.front(), first);
+    QCOMPARE(all[count], first);
+}
+
+void TestGlyphs::blanks_are_no_pieces() {
+    const Glyphs glyphs(tag_font(), figures());
+    QVERIFY(pieces(glyphs, {}, QStringLiteral("  ")).empty());
+    QCOMPARE(pieces(glyphs, {}, QStringLiteral("1 1")).size(), std::size_t{2});
 }
 
 void TestGlyphs::a_text_not_learnt_is_the_toolkits_data() {
@@ -139,7 +217,7 @@ void TestGlyphs::a_text_not_learnt_is_the_toolkits() {
     QFETCH(const QString, text);
     const Glyphs glyphs(tag_font(), figures());
     const QPointF baseline(-3.7, 2.9);
-    QVERIFY(are_same(glyphs.outlines(baseline, text), expected(baseline, tag_font(), text)));
+    QVERIFY(are_same(outlines(glyphs, baseline, text), expected(baseline, tag_font(), text)));
 }
 
 void TestGlyphs::a_font_that_joins_letters_is_the_toolkits() {
@@ -149,19 +227,33 @@ void TestGlyphs::a_font_that_joins_letters_is_the_toolkits() {
     layout.createLine();
     layout.endLayout();
     const Glyphs glyphs(tag_font(), QStringLiteral("fi f i fi"));
-    QVERIFY(are_same(glyphs.outlines({}, joined), expected({}, tag_font(), joined)));
+    QVERIFY(are_same(outlines(glyphs, {}, joined), expected({}, tag_font(), joined)));
 }
 
 void TestGlyphs::a_sample_shaped_by_more_than_neighbours_is_not_learnt() {
     const QString joined = QStringLiteral("\u0628\u0628\u0628"); // a form for each place
     const Glyphs glyphs(tag_font(), joined + joined + QStringLiteral("11"));
-    QVERIFY(are_same(glyphs.outlines({}, joined), expected({}, tag_font(), joined)));
+    QVERIFY(are_same(outlines(glyphs, {}, joined), expected({}, tag_font(), joined)));
 }
 
 void TestGlyphs::the_line_height_is_the_fonts() {
     QFont font = tag_font();
     font.setPixelSize(41);
     QCOMPARE(Glyphs(font, QString()).line_height(), QFontMetrics(font).height());
+}
+
+void TestGlyphs::lines_are_apart_where_the_glyphs_are_low_data() {
+    QTest::addColumn<QString>("sample");
+    QTest::addColumn<bool>("apart");
+    QTest::newRow("figures") << figures() << true;
+    QTest::newRow("a line through") << QStringLiteral("1\u2502") << false;
+    QTest::newRow("nothing learnt") << QString() << false;
+}
+
+void TestGlyphs::lines_are_apart_where_the_glyphs_are_low() {
+    QFETCH(const QString, sample);
+    QFETCH(const bool, apart);
+    QCOMPARE(Glyphs(tag_font(), sample).are_lines_apart(), apart);
 }
 
 void TestGlyphs::it_is_read_on_many_threads() {
@@ -173,7 +265,7 @@ void TestGlyphs::it_is_read_on_many_threads() {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int n = 0; n < 50; ++n)
-                right += are_same(glyphs.outlines({1.5, 2.5}, text), path) ? 1 : 0;
+                right += are_same(outlines(glyphs, {1.5, 2.5}, text), path) ? 1 : 0;
         });
     }
     for (std::thread& thread : threads)
