@@ -1,49 +1,62 @@
-// One frame with markers that have all changed: its tick and its paint apart, and full repaints.
-// How the paint's cost follows the pixels that are dirty and not the screen's size is shown by a
-// ratio.
+// Frames of a view of 3840x2160 pixels: the tick and the paint of one with fourteen contacts and
+// their tags, and the paint of small dirty rectangles, against composing the same pixels.
 
+#include "bench/offscreen.h"
+#include "bench/ratio.h"
 #include "strokes/strokesview.h"
 
-#include <QApplication>
+#include <QImage>
+#include <QPaintEvent>
+#include <QPainter>
 #include <algorithm>
-#include <benchmark/benchmark.h>
-#include <chrono>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Microseconds = std::chrono::duration<double, std::micro>;
+constexpr int kPens = 4;
+constexpr int kTouches = 10;
+constexpr int kContacts = kPens + kTouches;
+constexpr int kRepetitions = 101;
+constexpr QSize kScreen(3840, 2160);
 
-/// A view with the markers of some pens and touches, spread over it.
+using ratio::Clock;
+
+/// A view with strokes on it and nobody who draws.
+void show(StrokesView& view, QSize size) {
+    view.m_test_mode = GridCard;
+    view.resize(size);
+    view.show();
+    view.repaint();
+    QApplication::processEvents();
+    view.get_dirty_region();
+}
+
+/// A view with the markers of four pens and ten fingers, spread over it.
 class Board {
 public:
-    Board(QSize size, int contacts) {
-        m_view.m_test_mode = GridCard;
-        m_view.resize(size);
-        m_view.show();
-        for (int i = 0; i < contacts; ++i)
-            m_contacts.push_back({i < 4 ? Osterly::pen_id(i) : Osterly::touch_id(i - 4), 0, 1});
-        report();
-        tick();
-        m_view.repaint();
-        QApplication::processEvents();
+    Board() {
+        show(m_view, kScreen);
+        for (int i = 0; i < kContacts; ++i) {
+            Osterly::Controls c;
+            c.id = i < kPens ? Osterly::pen_id(i) : Osterly::touch_id(i - kPens);
+            c.buttons = 1;
+            c.radius_x = c.radius_y = i < kPens ? 0.0 : 3840.0 * (100 + 7 * i) / 32768.0;
+            m_contacts.push_back(c);
+        }
     }
     ~Board() { m_view.sub_all(); }
 
     /// Moves every contact by some pixels.
     void report() {
         ++m_moves;
-        const int contacts = static_cast<int>(m_contacts.size());
-        for (int i = 0; i < contacts; ++i) {
+        for (int i = 0; i < kContacts; ++i) {
             Osterly::Controls& c = m_contacts[static_cast<std::size_t>(i)];
-            c.x = c.hoop_x = m_view.width() * (i + 1.0) / (contacts + 1.0) + m_moves % 8;
-            c.y = c.hoop_y = m_view.height() * ((i * 5) % contacts + 1.0) / (contacts + 1.0);
-            if (i < 4)
-                m_view.in_pen_event(c);
-            else
-                m_view.in_touch_event({c});
+            c.x = c.hoop_x = 3840 * (i + 1) / (kContacts + 1) + 5 * (m_moves % 8);
+            c.y = c.hoop_y = 2160 * (i * 5 % kContacts + 1) / (kContacts + 1) + 3 * (m_moves % 5);
         }
+        for (int i = 0; i < kPens; ++i)
+            m_view.in_pen_event(m_contacts[static_cast<std::size_t>(i)]);
+        m_view.in_touch_event({m_contacts.begin() + kPens, m_contacts.end()});
     }
 
     void tick() {
@@ -60,81 +73,123 @@ private:
     int m_moves = 0;
 };
 
-QSize size_of(const benchmark::State& state) {
-    return {static_cast<int>(state.range(0)), static_cast<int>(state.range(0) * 9 / 16)};
-}
-
-void frame_tick(benchmark::State& state) {
-    Board board(size_of(state), static_cast<int>(state.range(1)));
-    for (auto _ : state) {
-        state.PauseTiming();
-        board.report();
-        board.m_view.get_dirty_region();
-        state.ResumeTiming();
-        board.tick();
+/// Two images of a view's size and of the kinds that its layers are, and a third to compose them
+/// on.
+class Composition {
+public:
+    explicit Composition(QSize size)
+        : m_card(size, QImage::Format_RGB32),
+          m_strokes(size, QImage::Format_ARGB32_Premultiplied),
+          m_target(size, QImage::Format_RGB32) {
+        m_card.fill(Qt::white);
+        m_strokes.fill(Qt::transparent);
+        m_target.fill(Qt::white);
     }
-}
 
-void frame_paint(benchmark::State& state) {
-    Board board(size_of(state), static_cast<int>(state.range(1)));
-    for (auto _ : state) {
-        state.PauseTiming();
-        board.report();
-        board.tick();
-        const QRegion dirty = board.m_view.get_dirty_region();
-        state.ResumeTiming();
-        board.m_view.repaint(dirty);
+    void compose(const QRegion& region) {
+        QPainter painter(&m_target);
+        compose(painter, region);
     }
+    void compose(QPainter& painter, const QRegion& region) const {
+        for (const QRect& rect : region) {
+            painter.drawImage(rect.topLeft(), m_card, rect);
+            painter.drawImage(rect.topLeft(), m_strokes, rect);
+        }
+    }
+
+private:
+    QImage m_card;
+    QImage m_strokes;
+    QImage m_target;
+};
+
+/// Shows such a composition, and does nothing else.
+class TrivialWidget : public QWidget {
+public:
+    explicit TrivialWidget(QSize size) : m_composition(size) {
+        setAttribute(Qt::WA_OpaquePaintEvent);
+        resize(size);
+        show();
+        repaint();
+        QApplication::processEvents();
+    }
+
+protected:
+    void paintEvent(QPaintEvent* event) override {
+        QPainter painter(this);
+        m_composition.compose(painter, event->region());
+    }
+
+private:
+    Composition m_composition;
+};
+
+void frames(const ratio::Report& report) {
+    Board board;
+    Composition warm(kScreen);
+    Composition cold(kScreen); // which is touched once a frame, as what the view paints
+    ratio::Sides frame;
+    ratio::Sides paint;
+    for (int i = 0; i < report.count(kRepetitions) + 2; ++i) {
+        board.report();
+        QRegion dirty;
+        const double tick_s = ratio::time(Clock::Process, [&] {
+            board.tick();
+            dirty = board.m_view.get_dirty_region();
+        });
+        const double paint_s = ratio::time(Clock::Process, [&] { board.m_view.repaint(dirty); });
+        const double cold_s = ratio::time(Clock::Process, [&] { cold.compose(dirty); });
+        warm.compose(dirty);
+        const double warm_s = ratio::time(Clock::Process, [&] { warm.compose(dirty); });
+        if (i < 2)
+            continue; // the markers have not been anywhere yet
+        frame.ours.push_back(tick_s + paint_s);
+        frame.other.push_back(warm_s);
+        paint.ours.push_back(paint_s);
+        paint.other.push_back(cold_s);
+    }
+    report.times("5", "a frame with 14 contacts and tags, against composing its pixels, warm",
+                 frame, ratio::at_most(25.0));
+    report.times("6", "its paint alone, against composing its pixels, as cold", paint,
+                 ratio::at_most(1.75));
 }
 
-void full_repaint(benchmark::State& state) {
-    Board board(size_of(state), static_cast<int>(state.range(1)));
-    for (auto _ : state)
-        board.m_view.repaint();
+void scattered(const ratio::Report& report) {
+    StrokesView view;
+    show(view, kScreen);
+    TrivialWidget widget(kScreen);
+    QRegion region;
+    for (int i = 0; i < kContacts; ++i)
+        region += QRect(3840 * (i + 1) / (kContacts + 1), 150 * (i * 5 % kContacts) + 20, 16, 12);
+    const auto ours = [&] { return ratio::time(Clock::Process, [&] { view.repaint(region); }); };
+    const auto trivial = [&] {
+        return ratio::time(Clock::Process, [&] { widget.repaint(region); });
+    };
+    report.times("7", "the paint of 14 scattered rectangles, against a trivial widget's",
+                 report.by_turns(1001, ours, trivial), ratio::at_most(1.1));
 }
 
-double repaint_us(Board& board, const QRect& rect) {
-    const Clock::time_point start = Clock::now();
-    board.m_view.repaint(rect);
-    return Microseconds(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-/// The same small rectangle, painted in turn on a screen and on one of four times as many pixels.
-void small_paint_on_two_sizes(benchmark::State& state) {
+void two_sizes(const ratio::Report& report) {
     const QRect rect(200, 200, 64, 64);
-    Board small(QSize(1920, 1080), 1);
-    Board large(QSize(3840, 2160), 1);
-    std::vector<double> small_us;
-    std::vector<double> large_us;
-    for (auto _ : state) {
-        small_us.push_back(repaint_us(small, rect));
-        large_us.push_back(repaint_us(large, rect));
-    }
-    state.counters["us_1920x1080"] = median(small_us);
-    state.counters["us_3840x2160"] = median(large_us);
-    state.counters["ratio"] = median(large_us) / median(small_us);
-}
-
-void sizes_and_contacts(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"width", "contacts"})
-        ->ArgsProduct({{1920, 3840}, {1, 10, 14}})
-        ->Unit(benchmark::kMicrosecond)
-        ->UseRealTime();
+    StrokesView large;
+    show(large, kScreen);
+    StrokesView small;
+    show(small, kScreen / 2);
+    const auto paint = [&rect](StrokesView& view) {
+        return ratio::time(Clock::Process, [&] { view.repaint(rect); });
+    };
+    report.times("12", "the paint of a small rectangle at 3840x2160, against 1920x1080",
+                 report.by_turns(
+                     1001, [&] { return paint(large); }, [&] { return paint(small); }),
+                 ratio::at_most(1.1));
 }
 
 } // namespace
 
-BENCHMARK(frame_tick)->Apply(sizes_and_contacts);
-BENCHMARK(frame_paint)->Apply(sizes_and_contacts);
-BENCHMARK(full_repaint)
-    ->ArgNames({"width", "contacts"})
-    ->ArgsProduct({{1920, 3840}, {14}})
-    ->Unit(benchmark::kMicrosecond)
-    ->UseRealTime();
-BENCHMARK(small_paint_on_two_sizes)->UseRealTime();
+int main(int argc, char** argv) {
+    const ratio::Report report(argc, argv);
+    const OffscreenApplication application;
+    frames(report);
+    scattered(report);
+    two_sizes(report);
+}

@@ -96,15 +96,13 @@ void EventItem::add_tag(QPointF corner) {
     };
     const Glyphs& known = tag_glyphs(m_font);
     const Glyphs& glyphs = known.font() == m_font ? known : Glyphs(m_font, QString());
+    m_text.clear(); // keeps its memory
     m_text_pieces.clear();
     int n = 0;
     for (const QString& line : lines) {
         const QPointF baseline(corner.x(), corner.y() + ++n * glyphs.line_height());
-        glyphs.add_pieces(baseline, line, m_text_pieces);
+        glyphs.add(baseline, line, m_text, m_text_pieces);
     }
-    m_text.clear(); // keeps its memory
-    for (const QPainterPath& piece : m_text_pieces)
-        m_text.addPath(piece);
     if (!glyphs.are_lines_apart())
         m_text_pieces = {m_text};
 }

@@ -4,6 +4,7 @@
 #include <QGlyphRun>
 #include <QTextLayout>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -25,6 +26,8 @@ bool can_be_placed(QPointF point) {
 double placed(double coordinate) {
     return static_cast<int>(coordinate * kSteps) / kSteps;
 }
+
+using Curve = std::array<QPointF, 4>; // cubic: start, two control points, end
 
 QPainterPath text_path(QPointF baseline, const QFont& font, const QString& text) {
     QPainterPath path;
@@ -48,6 +51,54 @@ std::vector<double> glyph_positions(const QFont& font, const QString& text) {
     return positions;
 }
 
+/// Adds the curve in as many lines as the toolkit makes of one whenever it fills it unscaled: it
+/// halves the curve until its control points are near enough to the line between its ends.
+void add_straightened(QPainterPath& path, const Curve& curve, int most_halvings) {
+    constexpr double near_enough = 0.25;
+    const auto [start, first, second, end] = curve;
+    const QPointF line = end - start;
+    const double length = std::abs(line.x()) + std::abs(line.y());
+    const auto off_line = [start = start, line](QPointF p) {
+        return std::abs(line.x() * (start.y() - p.y()) - line.y() * (start.x() - p.x()));
+    };
+    const double off = length > 1.0
+                           ? (off_line(first) + off_line(second)) / length
+                           : (first - start).manhattanLength() + (second - start).manhattanLength();
+    if (off < near_enough || most_halvings == 0) {
+        path.lineTo(end);
+        return;
+    }
+    const QPointF middle = (first + second) / 2.0;
+    const QPointF to_first = (start + first) / 2.0;
+    const QPointF from_second = (second + end) / 2.0;
+    const QPointF before = (to_first + middle) / 2.0;
+    const QPointF after = (middle + from_second) / 2.0;
+    const QPointF half = (before + after) / 2.0;
+    add_straightened(path, {start, to_first, before, half}, most_halvings - 1);
+    add_straightened(path, {half, after, from_second, end}, most_halvings - 1);
+}
+
+QPainterPath straightened(const QPainterPath& outline) {
+    constexpr int most_halvings = 9; // the toolkit's
+    QPainterPath path;
+    path.setFillRule(outline.fillRule());
+    for (int i = 0; i < outline.elementCount(); ++i) {
+        const QPainterPath::Element element = outline.elementAt(i);
+        if (element.isMoveTo()) {
+            path.moveTo(element);
+        } else if (element.isLineTo()) {
+            path.lineTo(element);
+        } else {
+            add_straightened(path,
+                             {path.currentPosition(), element, outline.elementAt(i + 1),
+                              outline.elementAt(i + 2)},
+                             most_halvings);
+            i += 2;
+        }
+    }
+    return path;
+}
+
 } // namespace
 
 Glyphs::Glyphs(const QFont& font, const QString& sample)
@@ -61,7 +112,7 @@ Glyphs::Glyphs(const QFont& font, const QString& sample)
             continue;
         const QPainterPath outline = text_path(QPointF(0.0, 0.0), font, character);
         m_characters += character;
-        m_glyphs.push_back({outline, outline.boundingRect()});
+        m_glyphs.push_back({outline, straightened(outline), outline.boundingRect()});
         all |= m_glyphs.back().bounds;
     }
     m_are_lines_apart = all.height() + kApart <= m_line_height;
@@ -92,10 +143,11 @@ bool Glyphs::knows(const QString& text) const {
     return true;
 }
 
-void Glyphs::add_pieces(QPointF baseline, const QString& text,
-                        std::vector<QPainterPath>& pieces) const {
+void Glyphs::add(QPointF baseline, const QString& text, QPainterPath& outlines,
+                 std::vector<QPainterPath>& pieces) const {
     if (!knows(text) || !can_be_placed(baseline)) {
         pieces.push_back(text_path(baseline, m_font, text));
+        outlines.addPath(pieces.back());
         return;
     }
     double x = placed(baseline.x());
@@ -107,10 +159,11 @@ void Glyphs::add_pieces(QPointF baseline, const QString& text,
         const Glyph& glyph = m_glyphs[static_cast<std::size_t>(m_characters.indexOf(text.at(i)))];
         if (glyph.outline.isEmpty())
             continue;
+        outlines.addPath(glyph.outline.translated(x, y));
         if (x + glyph.bounds.left() >= right + kApart)
-            pieces.push_back(glyph.outline.translated(x, y));
+            pieces.push_back(glyph.straight.translated(x, y));
         else
-            pieces.back().addPath(glyph.outline.translated(x, y));
+            pieces.back().addPath(glyph.straight.translated(x, y));
         right = std::max(right, x + glyph.bounds.right());
     }
 }

@@ -16,11 +16,13 @@ public:
     /// sample by more than neighbours is not learnt at all.
     Glyphs(const QFont& font, const QString& sample);
 
-    /// Appends the same outlines as QPainterPath::addText(baseline, font, text), in pieces from the
-    /// left to the right that have at least a pixel between them: filled one by one, unscaled and
-    /// unturned, they give the same pixels several times as fast. A text of which something has not
-    /// been learnt is one piece, and the toolkit's.
-    void add_pieces(QPointF baseline, const QString& text, std::vector<QPainterPath>& pieces) const;
+    /// Appends to `outlines` what QPainterPath::addText(baseline, font, text) would. To `pieces`
+    /// the same, in straight lines and in parts from the left to the right that have at least a
+    /// pixel between them: filled one by one, unscaled and unturned, they give the same pixels
+    /// several times as fast. Of a text of which something has not been learnt the toolkit makes
+    /// both, as one piece.
+    void add(QPointF baseline, const QString& text, QPainterPath& outlines,
+             std::vector<QPainterPath>& pieces) const;
 
     /// Whether lines of learnt text that are line_height() apart have a pixel between them, too.
     bool are_lines_apart() const { return m_are_lines_apart; }
@@ -30,8 +32,9 @@ public:
 
 private:
     struct Glyph {
-        QPainterPath outline; ///< with the baseline's start at the origin
-        QRectF bounds;        ///< null where there is nothing to see
+        QPainterPath outline;  ///< with the baseline's start at the origin
+        QPainterPath straight; ///< the same without curves
+        QRectF bounds;         ///< null where there is nothing to see
     };
 
     std::size_t pair(QChar first, QChar second) const;

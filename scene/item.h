@@ -143,7 +143,7 @@ public:
 private:
     void add_tag(QPointF corner);
 
-    std::vector<QPainterPath> m_text_pieces; ///< m_text, unscaled they share no pixel
+    std::vector<QPainterPath> m_text_pieces; ///< what m_text covers; unscaled they share no pixel
 };
 
 class Pen : public EventItem {

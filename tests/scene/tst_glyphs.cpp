@@ -33,15 +33,16 @@ QString figures() {
 using Pieces = std::vector<QPainterPath>;
 
 Pieces pieces(const Glyphs& glyphs, QPointF baseline, const QString& text) {
+    QPainterPath path;
     Pieces all;
-    glyphs.add_pieces(baseline, text, all);
+    glyphs.add(baseline, text, path, all);
     return all;
 }
 
 QPainterPath outlines(const Glyphs& glyphs, QPointF baseline, const QString& text) {
     QPainterPath path;
-    for (const QPainterPath& piece : pieces(glyphs, baseline, text))
-        path.addPath(piece);
+    Pieces all;
+    glyphs.add(baseline, text, path, all);
     return path;
 }
 
@@ -88,6 +89,7 @@ private slots:
     void pieces_have_a_pixel_between_them();
     void a_glyph_within_another_ends_no_piece();
     void pieces_are_added_to_those_there_are();
+    void pieces_have_no_curves();
     void blanks_are_no_pieces();
     void a_text_not_learnt_is_the_toolkits_data();
     void a_text_not_learnt_is_the_toolkits();
@@ -141,7 +143,7 @@ void TestGlyphs::the_picture_is_the_toolkits() {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> number(0.0, 20000.0);
     std::uniform_real_distribution<double> shift(0.0, 3.0);
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 300; ++i) {
         const QString text = QStringLiteral("X Radius: ") + QString::number(number(random), 'g', 6);
         const QPointF baseline(-100.0 - shift(random), shift(random));
         QCOMPARE(picture(pieces(glyphs, baseline, text)),
@@ -189,13 +191,26 @@ void TestGlyphs::a_glyph_within_another_ends_no_piece() {
 void TestGlyphs::pieces_are_added_to_those_there_are() {
     const Glyphs glyphs(tag_font(), figures());
     const QString text = QStringLiteral("77");
-    Pieces all = pieces(glyphs, {0.0, 0.0}, text);
+    QPainterPath path;
+    Pieces all;
+    glyphs.add({0.0, 0.0}, text, path, all);
     const QPainterPath first = all.front();
     const std::size_t count = all.size();
-    glyphs.add_pieces({0.0, 0.0}, text, all); // in the same place
+    glyphs.add({0.0, 0.0}, text, path, all); // in the same place
     QCOMPARE(all.size(), 2 * count);
     QCOMPARE(all.front(), first);
     QCOMPARE(all[count], first);
+    QPainterPath twice = expected({0.0, 0.0}, tag_font(), text);
+    twice.addPath(expected({0.0, 0.0}, tag_font(), text));
+    QCOMPARE(path, twice);
+}
+
+void TestGlyphs::pieces_have_no_curves() {
+    const Glyphs glyphs(tag_font(), figures());
+    for (const QPainterPath& piece : pieces(glyphs, {}, QStringLiteral("0123456789"))) {
+        for (int i = 0; i < piece.elementCount(); ++i)
+            QVERIFY(!piece.elementAt(i).isCurveTo());
+    }
 }
 
 void TestGlyphs::blanks_are_no_pieces() {
