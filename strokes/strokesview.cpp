@@ -296,10 +296,17 @@ void StrokesView::paintEvent(QPaintEvent* event) {
     ItemView::paintEvent(event);
 }
 
-/// Rectangle by rectangle: the toolkit would first walk each layer's whole extent under a clip.
+/// Rectangle by rectangle: the toolkit would first walk each layer's whole extent under a clip. A
+/// clip of one rectangle, in place of the region that Qt has set, makes it quicker still, but for
+/// those that are painted in less time than a clip takes.
 void StrokesView::paint_layers(QRegion const& region) {
+    constexpr int worth_a_clip_px = 2048;
     QPainter painter(this);
     for (QRect const& rect : region) {
+        if (rect.width() * rect.height() >= worth_a_clip_px)
+            painter.setClipRect(rect);
+        else if (painter.hasClipping())
+            painter.setClipping(false);
         if (!m_test_image || !m_test_image->rect().contains(rect))
             painter.fillRect(rect, Qt::white);
         for (auto const* layer : {&m_test_image, &m_strokes_image}) {
