@@ -1,14 +1,13 @@
 // Frames of a view of 3840x2160 pixels: the tick and the paint of one with fourteen contacts and
 // their tags, and the paint of small dirty rectangles, against composing the same pixels.
 
+#include "bench/compositionwidget.h"
 #include "bench/offscreen.h"
 #include "bench/ratio.h"
 #include "strokes/strokesview.h"
 
 #include <QImage>
-#include <QPaintEvent>
 #include <QPainter>
-#include <algorithm>
 #include <vector>
 
 namespace {
@@ -88,9 +87,6 @@ public:
 
     void compose(const QRegion& region) {
         QPainter painter(&m_target);
-        compose(painter, region);
-    }
-    void compose(QPainter& painter, const QRegion& region) const {
         for (const QRect& rect : region) {
             painter.drawImage(rect.topLeft(), m_card, rect);
             painter.drawImage(rect.topLeft(), m_strokes, rect);
@@ -101,27 +97,6 @@ private:
     QImage m_card;
     QImage m_strokes;
     QImage m_target;
-};
-
-/// Shows such a composition, and does nothing else.
-class TrivialWidget : public QWidget {
-public:
-    explicit TrivialWidget(QSize size) : m_composition(size) {
-        setAttribute(Qt::WA_OpaquePaintEvent);
-        resize(size);
-        show();
-        repaint();
-        QApplication::processEvents();
-    }
-
-protected:
-    void paintEvent(QPaintEvent* event) override {
-        QPainter painter(this);
-        m_composition.compose(painter, event->region());
-    }
-
-private:
-    Composition m_composition;
 };
 
 void frames(const ratio::Report& report) {
@@ -157,7 +132,7 @@ void frames(const ratio::Report& report) {
 void scattered(const ratio::Report& report) {
     StrokesView view;
     show(view, kScreen);
-    TrivialWidget widget(kScreen);
+    CompositionWidget widget(kScreen);
     QRegion region;
     for (int i = 0; i < kContacts; ++i)
         region += QRect(3840 * (i + 1) / (kContacts + 1), 150 * (i * 5 % kContacts) + 20, 16, 12);
