@@ -70,35 +70,28 @@ public:
 };
 
 void reports(const ratio::Report& report) {
-    constexpr int rounds = 10;
     StrokesView view;
     show(view);
     TrivialWidget widget;
-    int n = 0;
-    view.in_touch_event(report_of(n));
+    // Each side draws lines of its own: those that were just drawn are quicker to draw again.
+    int our_n = 0;
+    int other_n = 100000;
+    view.in_touch_event(report_of(our_n));
     view.repaint(view.get_dirty_region());
     const auto ours = [&] {
-        double seconds = 0.0;
-        for (int i = 1; i <= rounds; ++i) {
-            const Contacts contacts = report_of(n + i);
-            seconds += ratio::time(Clock::Process, [&] {
-                view.in_touch_event(contacts);
-                view.repaint(view.get_dirty_region());
-            });
-        }
-        return seconds;
+        const Contacts contacts = report_of(++our_n);
+        return ratio::time(Clock::Process, [&] {
+            view.in_touch_event(contacts);
+            view.repaint(view.get_dirty_region());
+        });
     };
     const auto trivial = [&] {
-        double seconds = 0.0;
-        for (int i = 1; i <= rounds; ++i, ++n) {
-            const Contacts from = report_of(n);
-            const Contacts to = report_of(n + 1);
-            seconds += ratio::time(Clock::Process, [&] { widget.draw(from, to); });
-        }
-        return seconds;
+        const Contacts from = report_of(other_n);
+        const Contacts to = report_of(++other_n);
+        return ratio::time(Clock::Process, [&] { widget.draw(from, to); });
     };
     report.times("8", "a touch report of 10 contacts until it is painted, against a trivial widget",
-                 report.by_turns(301, ours, trivial), ratio::at_most(1.1), rounds);
+                 report.by_turns(3001, ours, trivial), ratio::at_most(1.1));
 }
 
 /// One contact that draws short strokes; a report of it may end a stroke.

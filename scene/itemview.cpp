@@ -102,6 +102,8 @@ QRegion ItemView::get_dirty_region() {
 
 void ItemView::paintEvent(QPaintEvent* e) {
     QWidget::paintEvent(e);
+    if (m_items.empty())
+        return;
     QPainter painter(this);
     for (auto const& item : m_items)
         item->paint(painter);

@@ -2,12 +2,11 @@
 
 #include "input/tolerance.h"
 #include "scene/pixels.h"
+#include "strokes/segmentpainter.h"
 
 #include <QImage>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QPainterPath>
-#include <QPen>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -30,10 +29,6 @@ bool same_segment(StrokesView::segment const& a, StrokesView::segment const& b) 
            same_point(a.line.x2(), a.line.y2(), b.line.x2(), b.line.y2()) && a.width == b.width;
 }
 
-bool is_dot(QLineF const& line) {
-    return same_point(line.x1(), line.y1(), line.x2(), line.y2());
-}
-
 /// What a segment covers, with some margin.
 QRect dirty_rect(StrokesView::segment const& piece) {
     const QPoint a(integer_part(piece.line.x1()), integer_part(piece.line.y1()));
@@ -43,25 +38,6 @@ QRect dirty_rect(StrokesView::segment const& piece) {
     const QRect spanned(QPoint(std::min(a.x(), b.x()), std::min(a.y(), b.y())),
                         QPoint(std::max(a.x(), b.x()), std::max(a.y(), b.y())));
     return widened(spanned, integer_part(piece.width + 1.0F));
-}
-
-/// Paints in the painter's composition mode, but clears where the colour is an eraser's; the
-/// mode then stays so.
-void paint_segment(QPainter& painter, StrokesView::segment const& piece, QColor const& color) {
-    if (color == Qt::white)
-        painter.setCompositionMode(QPainter::CompositionMode_Clear);
-    const double width = 2.0 * piece.width;
-    if (is_dot(piece.line)) {
-        QPainterPath dot;
-        dot.addEllipse(
-            QRectF(piece.line.x1() - piece.width, piece.line.y1() - piece.width, width, width));
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(color);
-        painter.drawPath(dot);
-    } else {
-        painter.setPen(QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        painter.drawLine(piece.line);
-    }
 }
 
 /// Null before the first resize, without pixels where the view has none.
@@ -95,13 +71,22 @@ void StrokesView::my_pen_event(Osterly::Controls const& record) {
 }
 
 void StrokesView::my_touch_event(std::vector<Osterly::Controls> const& records) {
-    for (Osterly::Controls const& record : records)
-        take<Touch>(record, Qt::green, QColor(0, 255, 0, 32));
+    take_all<Touch>(records, Qt::green, QColor(0, 255, 0, 32));
 }
 
 void StrokesView::my_erase_event(std::vector<Osterly::Controls> const& records) {
+    take_all<Erase>(records, Qt::white, QColor(0, 0, 255, 32));
+}
+
+/// One report of contacts of a kind, whose segments share a painter.
+template <typename Marker>
+void StrokesView::take_all(std::vector<Osterly::Controls> const& records, QColor stroke_color,
+                           QColor marker_color) {
+    m_keeps_live_painter = true;
     for (Osterly::Controls const& record : records)
-        take<Erase>(record, Qt::white, QColor(0, 0, 255, 32));
+        take<Marker>(record, stroke_color, marker_color);
+    m_keeps_live_painter = false;
+    m_live_painter.reset();
 }
 
 /// One report of a contact: its marker follows it, and its stroke goes on.
@@ -175,9 +160,11 @@ void StrokesView::add_segment(draw_state& state, Osterly::Controls const& record
 void StrokesView::paint_live(segment const& piece, QColor color) {
     if (!is_there(m_strokes_image))
         return;
-    QPainter painter(m_strokes_image.get());
-    painter.setRenderHint(QPainter::Antialiasing);
-    paint_segment(painter, piece, color);
+    if (!m_live_painter)
+        m_live_painter = std::make_unique<SegmentPainter>(*m_strokes_image);
+    m_live_painter->paint(piece, color, QPainter::CompositionMode_SourceOver);
+    if (!m_keeps_live_painter)
+        m_live_painter.reset();
 }
 
 void StrokesView::clear_strokes() {
@@ -190,14 +177,14 @@ void StrokesView::redraw_strokes() {
     if (!is_there(m_strokes_image))
         return;
     m_strokes_image->fill(0U);
-    QPainter painter(m_strokes_image.get());
-    painter.setRenderHint(QPainter::Antialiasing);
+    SegmentPainter painter(*m_strokes_image);
+    QPainter::CompositionMode mode = QPainter::CompositionMode_SourceOver;
     for (stroke const& finished : m_strokes) {
         for (segment const& piece : finished.segments) {
-            paint_segment(painter, piece, finished.color);
+            painter.paint(piece, finished.color, mode);
             // Unlike the live painting, on purpose: from the second segment on, a segment replaces
             // what lies under it, with its alpha, and does not blend with it.
-            painter.setCompositionMode(QPainter::CompositionMode_Source);
+            mode = QPainter::CompositionMode_Source;
         }
     }
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 class QImage;
+class SegmentPainter;
 
 /// Records one stroke per contact and shows the strokes over a test card, with a marker at each
 /// contact where the info tags are on. Two layers are composed into the widget, the card and above
@@ -96,9 +97,15 @@ public:
 private:
     template <typename Marker>
     void take(Osterly::Controls const& record, QColor stroke_color, QColor marker_color);
+    template <typename Marker>
+    void take_all(std::vector<Osterly::Controls> const& records, QColor stroke_color,
+                  QColor marker_color);
     void add_segment(draw_state& state, Osterly::Controls const& record, QColor color);
     void paint_live(segment const& piece, QColor color);
     void paint_strokes_in_progress();
     void toggle_card(TestCard card);
     void paint_layers(QRegion const& region);
+
+    std::unique_ptr<SegmentPainter> m_live_painter; ///< open for the segments of one report
+    bool m_keeps_live_painter = false;
 };
