@@ -16,6 +16,7 @@ bool is_dot(QLineF const& line) {
 
 SegmentPainter::SegmentPainter(QImage& layer) : m_painter(&layer) {
     m_painter.setRenderHint(QPainter::Antialiasing);
+    m_painter.setPen(Qt::NoPen);
 }
 
 void SegmentPainter::paint(StrokesView::segment const& piece, QColor const& color,
@@ -36,9 +37,8 @@ void SegmentPainter::paint_dot(QPointF centre, double radius, QColor const& colo
 }
 
 void SegmentPainter::paint_line(QLineF const& line, double width, QColor const& color) {
-    QPen const& pen = m_painter.pen();
-    if (pen.style() != Qt::SolidLine || pen.capStyle() != Qt::RoundCap || pen.color() != color ||
-        pen.widthF() != width)
+    QPen const& pen = m_painter.pen(); // that of the last line, or none
+    if (pen.style() == Qt::NoPen || pen.color() != color || pen.widthF() != width)
         m_painter.setPen(QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     m_painter.drawLine(line);
 }

@@ -62,8 +62,9 @@ void TestSegmentPainter::segments_do_not_mind_those_before_them_data() {
     QTest::newRow("an eraser, then a line") << QVector<int>{6, 1};
     QTest::newRow("an eraser twice, then a dot") << QVector<int>{6, 7, 4};
     QTest::newRow("a replacing line, then a blending one") << QVector<int>{8, 3};
-    // The pen that a painter has from its beginning, but for its caps.
+    // A colour and a width that no pen has, too.
     QTest::newRow("a black line a pixel wide") << QVector<int>{9};
+    QTest::newRow("a dot, then such a line") << QVector<int>{4, 9};
 }
 
 void TestSegmentPainter::segments_do_not_mind_those_before_them() {
