@@ -1,9 +1,10 @@
 #include "scene/glyphs.h"
 
+#include "scene/textpieces.h"
+
 #include <QFontMetrics>
 #include <QGlyphRun>
 #include <QTextLayout>
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -13,10 +14,6 @@ namespace {
 
 // The toolkit places glyphs in 64ths of a pixel, cut off toward zero.
 constexpr double kSteps = 64.0;
-
-// Edges that are a pixel apart have none in common, wherever they lie. They are filled in steps,
-// too.
-constexpr double kApart = 1.0 + 2.0 / kSteps;
 
 bool can_be_placed(QPointF point) {
     constexpr double farthest = std::numeric_limits<int>::max() / kSteps;
@@ -115,7 +112,7 @@ Glyphs::Glyphs(const QFont& font, const QString& sample)
         m_glyphs.push_back({outline, straightened(outline), outline.boundingRect()});
         all |= m_glyphs.back().bounds;
     }
-    m_are_lines_apart = all.height() + kApart <= m_line_height;
+    m_are_lines_apart = all.height() + kPiecesApart_px <= m_line_height;
     m_advances.assign(m_glyphs.size() * m_glyphs.size(), std::numeric_limits<double>::quiet_NaN());
     for (std::size_t i = 1; i < positions.size(); ++i) {
         const int at = static_cast<int>(i);
@@ -152,7 +149,7 @@ void Glyphs::add(QPointF baseline, const QString& text, QPainterPath& outlines,
     }
     double x = placed(baseline.x());
     const double y = placed(baseline.y());
-    double right = -std::numeric_limits<double>::infinity(); // of the last piece
+    TextPieces line(pieces);
     for (int i = 0; i < text.size(); ++i) {
         if (i > 0)
             x += m_advances[pair(text.at(i - 1), text.at(i))];
@@ -160,10 +157,7 @@ void Glyphs::add(QPointF baseline, const QString& text, QPainterPath& outlines,
         if (glyph.outline.isEmpty())
             continue;
         outlines.addPath(glyph.outline.translated(x, y));
-        if (x + glyph.bounds.left() >= right + kApart)
-            pieces.push_back(glyph.straight.translated(x, y));
-        else
-            pieces.back().addPath(glyph.straight.translated(x, y));
-        right = std::max(right, x + glyph.bounds.right());
+        line.add(glyph.straight.translated(x, y), x + glyph.bounds.left(),
+                 x + glyph.bounds.right());
     }
 }

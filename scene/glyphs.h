@@ -16,11 +16,9 @@ public:
     /// sample by more than neighbours is not learnt at all.
     Glyphs(const QFont& font, const QString& sample);
 
-    /// Appends to `outlines` what QPainterPath::addText(baseline, font, text) would. To `pieces`
-    /// the same, in straight lines and in parts from the left to the right that have at least a
-    /// pixel between them: filled one by one, unscaled and unturned, they give the same pixels
-    /// several times as fast. Of a text of which something has not been learnt the toolkit makes
-    /// both, as one piece.
+    /// Appends to `outlines` what QPainterPath::addText(baseline, font, text) would, and to
+    /// `pieces` the same as TextPieces and in straight lines. Of a text of which something has not
+    /// been learnt the toolkit makes both, as one piece.
     void add(QPointF baseline, const QString& text, QPainterPath& outlines,
              std::vector<QPainterPath>& pieces) const;
 

@@ -1,5 +1,7 @@
 #include "strokes/testcard.h"
 
+#include "scene/textpieces.h"
+
 #include <QBrush>
 #include <QFont>
 #include <QFontMetrics>
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -91,7 +94,16 @@ QFont help_font() {
     return font;
 }
 
-QPainterPath help_text() {
+/// The help card's text, laid out for one font.
+struct HelpText {
+    explicit HelpText(const QFont& with_font);
+
+    QFont font;
+    QRectF bounds;
+    std::vector<QPainterPath> pieces; ///< that can be filled one by one
+};
+
+HelpText::HelpText(const QFont& with_font) : font(with_font) {
     const QString lines[] = {
         QStringLiteral("Keyboard controls"),
         QStringLiteral("H to toggle this help screen"),
@@ -107,12 +119,27 @@ QPainterPath help_text() {
         QStringLiteral("-> to toggle horizontal bars"),
         QStringLiteral("0-9 to select stroke width"),
     };
-    const QFont font = help_font();
     const int line_height = QFontMetrics(font).height();
     QPainterPath text;
+    std::vector<QRectF> line_bounds;
     int k = 0;
-    for (const QString& line : lines)
-        text.addText(0.0, ++k * line_height, font, line);
+    for (const QString& line : lines) {
+        QPainterPath outline;
+        outline.addText(0.0, ++k * line_height, font, line);
+        line_bounds.push_back(outline.boundingRect());
+        TextPieces(pieces).add_subpaths(outline);
+        text.addPath(outline);
+    }
+    bounds = text.boundingRect();
+    if (!are_lines_apart(line_bounds))
+        pieces = {text};
+}
+
+/// Kept, since the start alone asks for it twice.
+const HelpText& help_text() {
+    static HelpText text(help_font());
+    if (text.font != help_font())
+        text = HelpText(help_font());
     return text;
 }
 
@@ -120,7 +147,8 @@ void draw_help(QPainter& painter) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::black);
-    painter.drawPath(help_text());
+    for (const QPainterPath& piece : help_text().pieces)
+        painter.drawPath(piece);
 }
 
 } // namespace
@@ -171,6 +199,6 @@ void draw_test_card(QImage& image, QSize view, int card) {
 }
 
 QSize help_card_size() {
-    const QRectF text = help_text().boundingRect();
+    const QRectF text = help_text().bounds;
     return {static_cast<int>(std::ceil(text.right())), static_cast<int>(std::ceil(text.bottom()))};
 }

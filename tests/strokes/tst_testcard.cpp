@@ -80,6 +80,7 @@ private slots:
     void a_view_without_a_centre_has_no_shapes();
     void the_help_has_13_lines();
     void the_size_of_the_help_shows_it_whole();
+    void the_help_follows_the_font();
 
     void a_target_is_in_whole_pixels_data();
     void a_target_is_in_whole_pixels();
@@ -320,6 +321,20 @@ void TestTestCard::the_size_of_the_help_shows_it_whole() {
         ink_below = ink_below || larger.pixel(x, size.height() - 1) != kWhite ||
                     larger.pixel(x, size.height() - 2) != kWhite;
     QVERIFY(ink_right && ink_below);
+}
+
+void TestTestCard::the_help_follows_the_font() {
+    const QFont font = QApplication::font();
+    const QSize size = help_card_size();
+    QFont bold = font;
+    bold.setBold(true);
+    QApplication::setFont(bold);
+    const QSize bold_size = help_card_size();
+    COMPARE_PICTURES(card_of(7, {900, 600}), painted_help({900, 600}));
+    QApplication::setFont(font);
+    QVERIFY(bold_size.width() > size.width());
+    QCOMPARE(help_card_size(), size);
+    COMPARE_PICTURES(card_of(7, {900, 600}), painted_help({900, 600}));
 }
 
 void TestTestCard::a_target_is_in_whole_pixels_data() {
