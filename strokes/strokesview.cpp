@@ -2,6 +2,7 @@
 
 #include "input/tolerance.h"
 #include "scene/pixels.h"
+#include "strokes/layer.h"
 #include "strokes/segmentpainter.h"
 
 #include <QImage>
@@ -268,13 +269,13 @@ void StrokesView::resizeEvent(QResizeEvent*) {
 
     if (is_smaller(m_strokes_image, layer)) {
         const bool is_first = !is_there(m_strokes_image);
-        m_strokes_image = std::make_unique<QImage>(layer, QImage::Format_ARGB32_Premultiplied);
+        m_strokes_image = new_layer(layer, QImage::Format_ARGB32_Premultiplied);
         redraw_strokes();
         if (is_first)
             paint_strokes_in_progress();
     }
     if (is_smaller(m_test_image, layer))
-        m_test_image = std::make_unique<QImage>(layer, QImage::Format_RGB32);
+        m_test_image = new_layer(layer, QImage::Format_RGB32);
     redraw_test();
 }
 
