@@ -15,16 +15,13 @@ std::size_t in_whole_pages(std::size_t bytes) {
 
 std::unique_ptr<QImage> new_layer(QSize size, QImage::Format format) {
     constexpr std::size_t pixel = 4;
-    if (!size.isEmpty()) {
-        const std::size_t line = pixel * static_cast<std::size_t>(size.width());
-        const std::size_t bytes = in_whole_pages(line * static_cast<std::size_t>(size.height()));
-        void* const memory = bytes > kHugePage ? std::aligned_alloc(kHugePage, bytes) : nullptr;
-        if (memory != nullptr) {
-            madvise(memory, bytes, MADV_HUGEPAGE); // which may be refused
-            return std::make_unique<QImage>(static_cast<uchar*>(memory), size.width(),
-                                            size.height(), static_cast<int>(line), format,
-                                            std::free, memory);
-        }
+    const std::size_t line = pixel * static_cast<std::size_t>(size.width());
+    const std::size_t bytes = in_whole_pages(line * static_cast<std::size_t>(size.height()));
+    void* const memory = bytes > kHugePage ? std::aligned_alloc(kHugePage, bytes) : nullptr;
+    if (memory != nullptr) {
+        madvise(memory, bytes, MADV_HUGEPAGE); // which may be refused
+        return std::make_unique<QImage>(static_cast<uchar*>(memory), size.width(), size.height(),
+                                        static_cast<int>(line), format, std::free, memory);
     }
     return std::make_unique<QImage>(size, format);
 }

@@ -56,6 +56,8 @@ void TestTextPieces::what_is_apart_is_a_piece_of_its_own_data() {
         << QVector<Span>{{0, 5}, {10, 15}, {4, 6}} << QVector<Span>{{0, 15}};
     QTest::newRow("back to the first")
         << QVector<Span>{{0, 5}, {10, 15}, {20, 25}, {3, 4}} << QVector<Span>{{0, 25}};
+    QTest::newRow("back, then on")
+        << QVector<Span>{{0, 5}, {10, 15}, {4, 6}, {13, 16}} << QVector<Span>{{0, 16}};
     QTest::newRow("back between") << QVector<Span>{{0, 5}, {10, 15}, {20, 25}, {12, 13}, {27, 30}}
                                   << QVector<Span>{{0, 5}, {10, 25}, {27, 30}};
 }
