@@ -1,7 +1,7 @@
 // The driver's additional information is any text, and its block any bytes.
 //
-// Input: a key and its length before it, then boards, each with its flags, handle, state and text.
-// All of it is parsed as one text, too.
+// Input: a key and its length before it, what is to be added to the number of boards, then the
+// boards, each with its flags, handle, state and text. All of it is parsed as one text, too.
 
 #include "fuzz/checks.h"
 #include "fuzz/input.h"
@@ -136,10 +136,11 @@ Board board(Input& input) {
     return made;
 }
 
-void checkEnumeration(const std::vector<Board>& boards) {
+void checkEnumeration(const std::vector<Board>& boards, int count) {
     FakeDriver& driver = FakeDriver::instance();
     driver.reset();
     driver.set_boards(boards);
+    driver.count = [count] { return count; };
     s_announced.clear();
     s_counts.clear();
     TavelHardware& hardware = session();
@@ -149,23 +150,24 @@ void checkEnumeration(const std::vector<Board>& boards) {
     std::vector<std::string> calls = {"tavelSetPnpCallback()", "tavelAttach()",
                                       "tavelGetDeviceCount()"};
     std::size_t usable = 0;
-    for (std::size_t i = 0; i < boards.size(); ++i) {
+    for (int i = 0; i < count; ++i) {
         calls.push_back("tavelEnumDeviceInfo(" + std::to_string(i) + ')');
-        if (!isUsable(boards[i]))
+        const auto at = static_cast<std::size_t>(i);
+        if (at >= boards.size() || !isUsable(boards[at]))
             continue;
-        const std::string device = std::to_string(boards[i].device);
+        const std::string device = std::to_string(boards[at].device);
         calls.push_back("tavelSetCallback(" + device + ')');
         calls.push_back("tavelSetXferMask(" + device + ", 255)");
-        check(usable < s_announced.size() && s_announced[usable].index == static_cast<int>(i),
+        check(usable < s_announced.size() && s_announced[usable].index == i,
               "each usable board is announced, by its place");
-        checkInfo(s_announced[usable].info, inBlock(boards[i].info));
+        checkInfo(s_announced[usable].info, inBlock(boards[at].info));
         ++usable;
     }
     check(s_announced.size() == usable, "no other board is announced");
-    check(s_counts == std::vector<int>{static_cast<int>(boards.size())}, "all boards are counted");
+    check(s_counts == std::vector<int>{count}, "all that the driver counts are counted");
     check(driver.take_log() == calls, "each usable board is subscribed to");
 
-    driver.set_boards({});
+    driver.count = [] { return 0; };
     hardware.pnp();
     check(driver.subscriptions().empty(), "a notice ends the subscriptions");
 }
@@ -187,9 +189,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkValue(QString::fromUtf8(all.data(), static_cast<int>(size)).toStdU16String(),
                QString::fromUtf8(key.data(), static_cast<int>(key.size())).toStdU16String());
 
+    const auto more = static_cast<signed char>(input.byte());
     std::vector<Board> boards;
     while (!input.isEmpty() && boards.size() < 8)
         boards.push_back(board(input));
-    checkEnumeration(boards);
+    checkEnumeration(boards, static_cast<int>(boards.size()) + more);
     return 0;
 }
