@@ -27,7 +27,10 @@ leaks=LSAN_OPTIONS=suppressions=$PWD/tests/support/lsan.supp:print_suppressions=
 # fuzz NAME: the corpus of the repository is read, what is new goes into one in the build folder.
 fuzz() {
     local run=build/fuzz/runs/$1 bounds=()
-    [[ $1 != scene ]] || bounds=(-max_len=512) # longer ones are slow rather than new
+    case $1 in # longer inputs are slow rather than new
+    report) bounds=(-max_len=1024) ;;
+    scene) bounds=(-max_len=512) ;;
+    esac
     rm -rf "$run"
     mkdir -p "$run/corpus" "$found/$1"
     env "$leaks" "build/fuzz/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=30 -len_control=0 \
