@@ -27,6 +27,7 @@ namespace {
 constexpr int kScreenSide = 800; // the platform's
 constexpr int kMostSteps = 64;
 constexpr std::size_t kMostItems = 12;
+constexpr int kStrokesOnly = 1000; // the contact that only strokes are told of; no other has its id
 
 /// Mostly a pixel in or near the dialog, in quarters; else something that no pixel can have, or
 /// hardly one.
@@ -79,7 +80,7 @@ Controls record(Input& input, Kind kind) {
                                : Osterly::erase_id(number);
     c.buttons = byte >> 2 & 3;
     if (byte >= odd) {
-        c.id = input.number();
+        c.id = input.number() | 1;
         c.buttons = input.number();
     }
     c.x = c.hoop_x = coordinate(input);
@@ -254,7 +255,8 @@ std::size_t Scene::segments(int id) const {
 
 void Scene::stroke(Input& input) {
     const QColor colors[] = {Qt::red, Qt::green, Qt::white, QColor(10, 20, 30, 100), QColor()};
-    const Controls c = record(input, kind(input));
+    Controls c = record(input, kind(input));
+    c.id = kStrokesOnly;
     const std::size_t before = segments(c.id);
     m_view.draw_stroke(c, colors[static_cast<std::size_t>(input.byte()) % std::size(colors)]);
     const QPoint place(integer_part(c.x), integer_part(c.y));

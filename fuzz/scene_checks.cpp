@@ -16,7 +16,10 @@ void check_markers(StrokesView const& view) {
     std::set<Item const*> markers;
     for (auto const& [id, marker] : view.m_id_to_item_map) {
         check(marker != nullptr && marker->m_contact_id == id, "a marker is of its contact");
-        check(marker->m_buttons != 0, "a contact with a marker is down");
+        auto const state = view.m_id_to_draw_state_map.find(id);
+        check(marker->m_buttons != 0 && state != view.m_id_to_draw_state_map.end() &&
+                  state->second.state == 1,
+              "a contact with a marker is down and draws");
         check((marker->m_view == &view) == (view.find_item(marker.get()) != nullptr),
               "a marker that knows the view is in it");
         markers.insert(marker.get());
