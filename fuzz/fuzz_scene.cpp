@@ -176,7 +176,7 @@ private:
     std::unique_ptr<KestruneDialog> m_owned = shown_dialog();
     KestruneDialog& m_dialog = *m_owned;
     StrokesView& m_view;
-    std::vector<std::shared_ptr<ProbeItem>> m_items; ///< each that there has been
+    std::vector<std::weak_ptr<ProbeItem>> m_items; ///< each that there has been; the view owns them
     std::set<int> m_touch_points;
 };
 
@@ -195,8 +195,10 @@ Scene::~Scene() {
         lifted.append(QTouchEvent::TouchPoint(id));
         lifted.last().setState(Qt::TouchPointReleased);
     }
-    for (auto const& item : m_items)
-        item->m_on_input = nullptr;
+    for (auto const& entry : m_items) {
+        if (const auto item = entry.lock())
+            item->m_on_input = nullptr;
+    }
     send_touches(QEvent::TouchEnd, lifted);
     // It would last as long as the process, too.
     delete std::exchange(m_dialog.m_osterly->config_timer, nullptr);
@@ -329,10 +331,8 @@ void Scene::resize(Input& input) {
 void Scene::add_item(Input& input) {
     if (m_view.items().size() >= kMostItems)
         return;
-    const bool again = input.flag();
-    if (again && !m_items.empty()) {
-        const auto item = m_items[static_cast<std::size_t>(input.byte()) % m_items.size()];
-        m_view.add_item(item);
+    if (input.flag() && !m_items.empty()) {
+        m_view.add_item(m_items[static_cast<std::size_t>(input.byte()) % m_items.size()].lock());
         return;
     }
     const QPointF pos(coordinate(input), coordinate(input));
@@ -439,8 +439,9 @@ void Scene::tick(Input&) {
 
 void Scene::check_all() const {
     check_dialog(m_dialog);
-    for (auto const& item : m_items) {
-        check(item->m_view == nullptr || m_view.find_item(item.get()) == item,
+    for (auto const& entry : m_items) {
+        const auto item = entry.lock();
+        check(!item || item->m_view == nullptr || m_view.find_item(item.get()) == item,
               "an item that knows the view is in it");
     }
 }
