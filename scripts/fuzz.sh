@@ -22,7 +22,7 @@ cmake --build --preset fuzz
 
 at_once=2
 found=build/fuzz/found
-leaks=LSAN_OPTIONS=suppressions=$PWD/tests/support/lsan.supp:print_suppressions=0
+leaks=LSAN_OPTIONS=suppressions=$PWD/fuzz/lsan.supp:print_suppressions=0
 
 # fuzz NAME: the corpus of the repository is read, what is new goes into one in the build folder.
 fuzz() {

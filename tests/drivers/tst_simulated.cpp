@@ -4,6 +4,7 @@
 
 #include <QTemporaryDir>
 #include <QtTest>
+#include <array>
 #include <atomic>
 #include <map>
 #include <set>
@@ -105,6 +106,8 @@ private slots:
     void a_capture_that_cannot_be_played_is_told();
     void calls_are_logged();
     void a_log_that_cannot_be_written_is_told();
+    void callbacks_are_counted();
+    void counts_that_cannot_be_kept_are_told();
     void it_is_unloaded_and_loaded_again();
     void the_demonstration_shows_everything();
     void any_thread_may_call();
@@ -124,8 +127,9 @@ private:
 
 void TestSimulated::init() {
     m_folder = std::make_unique<QTemporaryDir>();
-    for (const char* const variable : {"KESTRUNE_CAPTURE", "KESTRUNE_CAPTURE_SPEED",
-                                       "KESTRUNE_CAPTURE_LOOP", "KESTRUNE_DRIVER_LOG"})
+    for (const char* const variable :
+         {"KESTRUNE_CAPTURE", "KESTRUNE_CAPTURE_SPEED", "KESTRUNE_CAPTURE_LOOP",
+          "KESTRUNE_DRIVER_LOG", "KESTRUNE_DRIVER_COUNTS"})
         unsetenv(variable);
 }
 
@@ -1068,6 +1072,44 @@ void TestSimulated::a_log_that_cannot_be_written_is_told() {
                                ": Is a directory\n");
     QCOMPARE(driver.GetDeviceCount(), 1);
     driver.Detach();
+}
+
+void TestSimulated::callbacks_are_counted() {
+    play(kBoard + "500000000 plug 8 1 \"\"\n");
+    setenv("KESTRUNE_DRIVER_COUNTS", file("counts").c_str(), 1);
+    const auto counts = [this] {
+        std::array<std::uint64_t, 5> numbers = {};
+        const std::string bytes = textOf(file("counts"));
+        if (bytes.size() == sizeof numbers)
+            std::memcpy(numbers.data(), bytes.data(), bytes.size());
+        return numbers;
+    };
+    std::ofstream(file("counts")) << "what was there before";
+    Listening at;
+    QCOMPARE(textOf(file("counts")), std::string(5 * sizeof(std::uint64_t), '\0'));
+    for (const bool down : {true, false}) {
+        QVERIFY(at.sends(pen(1, down)));
+        QVERIFY(!at.sends(pen(5, down))); // which nobody has switched on
+        QVERIFY(at.sends(touch(down)));
+    }
+    QVERIFY(at.sends(erase(false)));
+    QVERIFY(at.receiver.waitForNotices(1));
+    const std::array<std::uint64_t, 5> expected = {2, 2, 1, 7,
+                                                   1}; // with a marker after each report
+    QTRY_VERIFY(counts() == expected);
+    at.driver.ClearCallback(kDevice, Receiver::packet, &at.receiver);
+    giveTime(at.driver);
+    QVERIFY(counts() == expected);
+}
+
+void TestSimulated::counts_that_cannot_be_kept_are_told() {
+    play(kBoard);
+    setenv("KESTRUNE_DRIVER_COUNTS", file("missing/counts").c_str(), 1);
+    const StandardError error(file("stderr"));
+    Listening at;
+    QVERIFY(at.sends(pen(1)));
+    QCOMPARE(error.text(), "libtavelboardex.so.1 (simulated): " + file("missing/counts") +
+                               ": No such file or directory\n");
 }
 
 void TestSimulated::it_is_unloaded_and_loaded_again() {

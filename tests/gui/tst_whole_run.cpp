@@ -1,0 +1,79 @@
+#include "tests/gui/desktop.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <array>
+#include <cstring>
+
+namespace {
+
+constexpr int kPatience_ms = 60000;
+
+} // namespace
+
+/// All that the program does in one run, from its start to its end. Under the address sanitizer it
+/// ends with another status, and tells why, where it has left memory behind.
+class TestWholeRun : public QObject {
+    Q_OBJECT
+
+private slots:
+    void nothing_is_left_behind();
+
+private:
+    enum { Pens, Touches, Erasers, Others, Notices, Kinds };
+    using Counts = std::array<quint64, Kinds>;
+    /// The driver's, of the callbacks that it has made.
+    Counts counts() const;
+
+    QTemporaryDir m_folder;
+    Desktop m_desktop;
+};
+
+TestWholeRun::Counts TestWholeRun::counts() const {
+    Counts counts = {};
+    QFile file(m_folder.filePath(QStringLiteral("counts")));
+    if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray bytes = file.readAll();
+        std::memcpy(counts.data(), bytes.constData(),
+                    std::min(sizeof counts, static_cast<std::size_t>(bytes.size())));
+    }
+    return counts;
+}
+
+void TestWholeRun::nothing_is_left_behind() {
+    QVERIFY2(m_folder.isValid(), qPrintable(m_folder.errorString()));
+    m_desktop.set_variable("LD_LIBRARY_PATH", QStringLiteral(KESTRUNE_SIMULATED_FOLDER));
+    m_desktop.set_variable("KESTRUNE_CAPTURE_SPEED", QStringLiteral("6")); // the demonstration's
+    m_desktop.set_variable("KESTRUNE_DRIVER_FAULTS", QStringLiteral("notices=2"));
+    m_desktop.set_variable("KESTRUNE_DRIVER_FAULTS_MS", QStringLiteral("2000"));
+    m_desktop.set_variable("KESTRUNE_DRIVER_COUNTS", m_folder.filePath(QStringLiteral("counts")));
+    QVERIFY2(m_desktop.start_session(), m_desktop.why());
+    QVERIFY2(m_desktop.start_in_session(), m_desktop.why());
+
+    for (const char* const commands :
+         {"key g key s key c key b key Left key Right key h key h key h",
+          "key space mousemove 300 300 mousedown 1 mousemove 400 350 mouseup 1 key 0 key 5 key 9",
+          "key space mousemove 500 300 mousedown 1 mousemove 600 350", "mouseup 1 key Return",
+          "key Return key BackSpace"})
+        QVERIFY2(m_desktop.drive(QLatin1String(commands)), m_desktop.why());
+
+    // A round of the demonstration ends with the erasers.
+    constexpr quint64 most = 200;
+    const auto is_shown = [](const Counts& seen) {
+        return seen[Pens] > most && seen[Touches] > most && seen[Erasers] > most &&
+               seen[Notices] > 3;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(is_shown(counts()), kPatience_ms);
+
+    // And one that begins: it ends with contacts down.
+    const quint64 pens = counts()[Pens];
+    QTRY_VERIFY_WITH_TIMEOUT(counts()[Pens] > pens + most, kPatience_ms);
+    QVERIFY2(m_desktop.escape_ends_after_writing(
+                 QRegularExpression(QStringLiteral("(PnP event\\.\n|Enumerated 1 devices\\.\n)+"))),
+             m_desktop.why());
+}
+
+QTEST_MAIN(TestWholeRun)
+#include "tst_whole_run.moc"
