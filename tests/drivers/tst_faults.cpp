@@ -1,10 +1,9 @@
 #include "tests/drivers/listening.h"
 
+#include <QCoreApplication>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <atomic>
-#include <csignal>
-#include <sys/wait.h>
 
 Q_DECLARE_METATYPE(std::string)
 
@@ -215,33 +214,11 @@ void TestFaults::calls_go_on_after_the_detachment() {
     // In a process of its own, for the calls go on to its end.
     play("0 report 7 0821000102030401\n");
     commit("late");
-    const pid_t child = fork();
-    if (child == 0) {
-        static Receiver receiver;
-        bool goes_on = false;
-        {
-            const DriverLibrary driver(KESTRUNE_SIMULATED_DRIVER);
-            driver.Attach();
-            driver.SetPnpCallback(Receiver::notice, &receiver);
-            driver.switchOn(kDevice);
-            driver.SetCallback(kDevice, Receiver::packet, &receiver);
-            driver.SetXferMask(kDevice, 0xFF);
-            goes_on = receiver.waitForPackets(1) && receiver.notices() == 0;
-            driver.ClearCallback(kDevice, Receiver::packet, &receiver);
-            driver.clearPnpCallback(Receiver::notice, &receiver);
-            driver.Detach();
-            goes_on = goes_on && receiver.packets().size() > 1 && receiver.notices() > 0;
-        }
-        const auto packets = receiver.packets().size(); // the library has been closed
-        const int notices = receiver.notices();
-        goes_on = goes_on && receiver.waitForPackets(packets + 10) &&
-                  receiver.waitForNotices(notices + 10);
-        _exit(goes_on ? 0 : 1);
-    }
-    int status = -1;
-    QCOMPARE(waitpid(child, &status, 0), child);
-    QVERIFY2(WIFEXITED(status) && WEXITSTATUS(status) == 0,
-             qPrintable(QStringLiteral("it ends with %1").arg(status)));
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--late")});
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 17);
 }
 
 void TestFaults::faults_end_with_a_notice() {
@@ -283,5 +260,39 @@ void TestFaults::a_driver_lacks_its_entry_point_alone() {
 #undef TAVEL_CHECK
 }
 
-QTEST_GUILESS_MAIN(TestFaults)
+namespace {
+
+int detachAsChild() {
+    static auto& receiver = *new Receiver; // never destroyed
+    bool goesOn = false;
+    {
+        const DriverLibrary driver(KESTRUNE_SIMULATED_DRIVER);
+        driver.Attach();
+        driver.SetPnpCallback(Receiver::notice, &receiver);
+        driver.switchOn(kDevice);
+        driver.SetCallback(kDevice, Receiver::packet, &receiver);
+        driver.SetXferMask(kDevice, 0xFF);
+        goesOn = receiver.waitForPackets(1) && receiver.notices() == 0;
+        driver.ClearCallback(kDevice, Receiver::packet, &receiver);
+        driver.clearPnpCallback(Receiver::notice, &receiver);
+        driver.Detach();
+        goesOn = goesOn && receiver.packets().size() > 1 && receiver.notices() > 0;
+    }
+    const auto packets = receiver.packets().size(); // the library has been closed
+    const int notices = receiver.notices();
+    goesOn =
+        goesOn && receiver.waitForPackets(packets + 10) && receiver.waitForNotices(notices + 10);
+    return goesOn ? 17 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 2 && argv[1] == std::string("--late"))
+        return detachAsChild();
+    QCoreApplication app(argc, argv);
+    TestFaults test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_faults.moc"
