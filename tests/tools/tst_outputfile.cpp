@@ -1,6 +1,6 @@
 #include "tools/trace/outputfile.h"
 
-#include "tests/tools/trace_registry.h"
+#include "tests/support/trace_registry.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

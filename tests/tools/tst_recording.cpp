@@ -1,7 +1,7 @@
 #include "tools/trace/recording.h"
 
 #include "tests/support/board_reports.h"
-#include "tests/tools/trace_registry.h"
+#include "tests/support/trace_registry.h"
 
 #include <QtTest>
 #include <set>

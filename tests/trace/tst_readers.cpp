@@ -1,6 +1,6 @@
+#include "tests/support/trace_registry.h"
 #include "tests/support/waveform_reader.h"
 #include "tests/support/x_session.h"
-#include "trace/vcd.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -9,14 +9,6 @@
 #include <vector>
 
 namespace {
-
-// What every test function starts from; the trace itself is never emptied.
-void start_afresh() {
-    Vcd::m_id_to_name_map.clear();
-    Vcd::m_name_to_id_map.clear();
-    Vcd::m_id_to_changes_map.clear();
-    Vcd::m_next_id = Vcd::kFirstId;
-}
 
 /// What a reader is to find: every change but those of characters, with the six digits that are
 /// written.
@@ -71,7 +63,7 @@ private:
 };
 
 void TestReaders::init() {
-    start_afresh();
+    forget_trace();
     m_folder = std::make_unique<QTemporaryDir>();
 }
 

@@ -1,6 +1,7 @@
 #include "tools/trace/interruption.h"
 
 #include <QSocketNotifier>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <initializer_list>

@@ -11,8 +11,8 @@ const QString& none() {
     return dash;
 }
 
-QString decimal(double value, int digits = 1) {
-    return QString::number(value, 'f', digits);
+QString decimal(double value) {
+    return QString::number(value, 'f', 1);
 }
 
 QString milliseconds(std::int64_t value_us) {
