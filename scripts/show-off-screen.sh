@@ -12,7 +12,7 @@ shots=$2
 
 mkdir -p "$shots"
 rm -f "$shots"/*.png
-start_x_session
+start_x_session 1280 720
 
 "$program" &
 program_pid=$!

@@ -33,7 +33,7 @@ configure release "$folder" -D KESTRUNE_BUILD_BENCHMARKS=OFF
 step "Building in $folder"
 cmake --build "$folder" --target kestrune kestrune_soak kestrune_simulated
 
-start_x_session
+start_x_session 1280 720
 awk -f scripts/soak-capture.awk >"$work/capture"
 "$folder/app/kestrune" >"$work/other.log" 2>&1 & # for a window that takes the keyboard
 other_pid=$!
@@ -91,7 +91,8 @@ kill "$other_pid"
 awk -f scripts/soak-table.awk "$samples" | tee "$table"
 problems() {
     awk -v allocated_slack_kib="$allocated_slack_kib" \
-        -v resident_slack_kib="$resident_slack_kib" -v bytes_a_segment="$bytes_a_segment" -v longest_gap_s="$longest_gap_s" -v length_s="$((60 * minutes))" \
+        -v resident_slack_kib="$resident_slack_kib" -v bytes_a_segment="$bytes_a_segment" \
+        -v longest_gap_s="$longest_gap_s" -v length_s="$((60 * minutes))" \
         -f scripts/soak-check.awk "$samples"
     sed -E '/^(PnP event|Enumerated [0-9]+ devices)\.$/d; s/^/it says: /' "$work/output"
     sed -E '/^QObject::connect: No such signal TavelHardware::deviceEnumerated\(int,int\)$/d

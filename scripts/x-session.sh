@@ -20,10 +20,13 @@ until_true() {
     done
 }
 
-# start_x_session: 1280 pixels by 720; DISPLAY is where it is.
+# start_x_session WIDTH HEIGHT: in pixels; DISPLAY is where it is.
 start_x_session() {
+    screen_width=$1
+    screen_height=$2
     export XDG_RUNTIME_DIR=$work
-    Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
+    Xvfb -displayfd 3 -screen 0 "${screen_width}x${screen_height}x24" -nolisten tcp \
+        3>"$work/display" 2>"$work/xvfb.log" &
     until_true 20 test -s "$work/display" ||
         fail "the X server does not start: $(cat "$work/xvfb.log")"
     DISPLAY=:$(cat "$work/display")
@@ -37,5 +40,6 @@ start_x_session() {
 has_the_screen() {
     local geometry
     geometry=$(xdotool getactivewindow getwindowgeometry --shell)
-    grep -q '^WIDTH=1280$' <<<"$geometry" && grep -q '^HEIGHT=720$' <<<"$geometry"
+    grep -q "^WIDTH=$screen_width$" <<<"$geometry" &&
+        grep -q "^HEIGHT=$screen_height$" <<<"$geometry"
 }
