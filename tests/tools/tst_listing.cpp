@@ -23,8 +23,8 @@ private slots:
 
 void TestListing::each_board_is_a_line() {
     QCOMPARE(QByteArray::fromStdString(listText(some_boards())),
-             QByteArray("board 0: H1 (abcd:0004), 4 pens, 10 touches\n"
-                        "board 2: without a name (0000:12345), 1 pens, 0 touches\n"));
+             QByteArray("board 0: H1 (abcd:0004), pens: 4, touches: 10\n"
+                        "board 2: without a name (0000:12345), pens: 1, touches: 0\n"));
 }
 
 void TestListing::each_board_is_an_object() {

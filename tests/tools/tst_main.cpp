@@ -175,8 +175,8 @@ void TestMain::boards_are_listed() {
     program.play(kBoardAtStart + "0 plug 2 1 \"hid<H2>vid<1>pid<2>xp<1>xt<40>\"\n");
     const Result text = program.run(arguments("--list"));
     QCOMPARE(text.status, 0);
-    QCOMPARE(text.output, QByteArray("board 0: H1 (abcd:0004), 4 pens, 10 touches\n"
-                                     "board 1: H2 (0001:0002), 1 pens, 40 touches\n"));
+    QCOMPARE(text.output, QByteArray("board 0: H1 (abcd:0004), pens: 4, touches: 10\n"
+                                     "board 1: H2 (0001:0002), pens: 1, touches: 40\n"));
     QCOMPARE(text.errors, QByteArray());
     const Result json = program.run(arguments("--list --json"));
     QCOMPARE(json.status, 0);

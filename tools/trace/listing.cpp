@@ -15,7 +15,7 @@ QString hexadecimal(int id) {
 std::string listText(const QList<Boards::Board>& boards) {
     QString lines;
     for (const auto& [index, info] : boards)
-        lines += QStringLiteral("board %1: %2 (%3:%4), %5 pens, %6 touches\n")
+        lines += QStringLiteral("board %1: %2 (%3:%4), pens: %5, touches: %6\n")
                      .arg(QString::number(index),
                           info.hid.isEmpty() ? QStringLiteral("without a name") : info.hid,
                           hexadecimal(info.vid), hexadecimal(info.pid), QString::number(info.xp),
