@@ -5,7 +5,7 @@ namespace {
 constexpr int kUnits = 32768; // of the board on each axis
 
 std::size_t cell(int column, int row) {
-    return static_cast<std::size_t>(row * Coverage::kColumns + column);
+    return static_cast<std::size_t>(row) * Coverage::kColumns + static_cast<std::size_t>(column);
 }
 
 } // namespace
