@@ -168,7 +168,7 @@ private:
     void redraw(Input& input);
     void tick(Input& input);
 
-    std::shared_ptr<Item> any_item(Input& input) const;
+    Item* any_item(Input& input) const;
     std::function<void()> reaction(Input& input, Item* item);
     void send_touches(QEvent::Type type, const QList<QTouchEvent::TouchPoint>& points);
     std::size_t segments(int id) const;
@@ -367,15 +367,16 @@ std::function<void()> Scene::reaction(Input& input, Item* item) {
     }
 }
 
-std::shared_ptr<Item> Scene::any_item(Input& input) const {
+/// Null where there is none. The view alone owns it.
+Item* Scene::any_item(Input& input) const {
     const auto& items = m_view.items();
     const auto byte = static_cast<std::size_t>(input.byte());
-    return items.empty() ? nullptr : items[byte % items.size()];
+    return items.empty() ? nullptr : items[byte % items.size()].get();
 }
 
 void Scene::change_item(Input& input) {
-    const auto item = any_item(input);
-    if (!item)
+    Item* const item = any_item(input);
+    if (item == nullptr)
         return;
     const int byte = input.byte();
     item->m_pos = QPointF(coordinate(input), coordinate(input));
@@ -389,28 +390,30 @@ void Scene::change_item(Input& input) {
         item->m_hittable = !item->m_hittable;
     if ((byte & 0x40) != 0)
         item->clear_image_cache();
-    const auto probe = std::dynamic_pointer_cast<ProbeItem>(item);
-    if (probe && (byte & 0x80) != 0)
+    auto* const probe = dynamic_cast<ProbeItem*>(item);
+    if (probe != nullptr && (byte & 0x80) != 0)
         probe->m_shape = shape(input);
 }
 
 void Scene::remove_item(Input& input) {
-    const auto item = any_item(input);
+    Item* const item = any_item(input);
     if (input.byte() < 0xE0)
-        m_view.sub_item(item.get());
+        m_view.sub_item(item);
     else
         m_view.sub_all();
 }
 
 void Scene::raise_item(Input& input) {
-    const auto item = any_item(input);
+    Item* const item = any_item(input);
     const std::size_t count = m_view.items().size();
     if (input.flag()) {
-        m_view.to_front(item.get());
-        check(count == 0 || m_view.items().back() == item, "what is brought to the front is there");
+        m_view.to_front(item);
+        check(count == 0 || m_view.items().back().get() == item,
+              "what is brought to the front is there");
     } else {
-        m_view.to_back(item.get());
-        check(count == 0 || m_view.items().front() == item, "what is sent to the back is there");
+        m_view.to_back(item);
+        check(count == 0 || m_view.items().front().get() == item,
+              "what is sent to the back is there");
     }
     check(m_view.items().size() == count, "the order alone has changed");
 }
