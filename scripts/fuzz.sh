@@ -50,12 +50,12 @@ for name in "${names[@]}"; do
     log=build/fuzz/runs/$name/log
     executions=$(awk '/stat::number_of_executed_units/ { print $2 }' "$log")
     memory=$(awk '/stat::peak_rss_mb/ { print $2 }' "$log")
-    coverage=$(grep -a -o 'cov: [0-9]*' "$log" | tail -n 1)
+    coverage=$(grep -a -o 'cov: [0-9]*' "$log" | tail -n 1 || true)
     step "$name: ${executions:-no} executions, ${coverage:-no coverage}, ${memory:-?} MB at most"
     [[ ! -e build/fuzz/runs/$name/passed ]] || continue
     failed+=("$name")
     tail -n 50 "$log"
-    input=$(grep -a -o "$found/$name/[a-z]*-[0-9a-f]*" "$log" | tail -n 1)
+    input=$(grep -a -o "$found/$name/[a-z]*-[0-9a-f]*" "$log" | tail -n 1 || true)
     step "$name has failed. Once more: $leaks build/fuzz/fuzz/fuzz_$name ${input:-(see $log)}"
 done
 [[ ${#failed[@]} -eq 0 ]] || fail "these fuzzers have failed: ${failed[*]}"
