@@ -15,7 +15,7 @@ minutes=$1
 # A segment has 40 bytes; the rest is its share of what its stroke needs.
 bytes_a_segment=48
 # Strokes and markers in progress, and the events that wait.
-allocated_slack_kib=2048
+allocated_slack_kib=1024
 # What the allocator keeps of memory that it was given back: the strokes are many small pieces, and
 # each thread that updates an item may have a heap of its own.
 resident_slack_kib=49152
@@ -90,10 +90,9 @@ kill "$other_pid"
 
 awk -f scripts/soak-table.awk "$samples" | tee "$table"
 problems() {
-    awk -v allocated_slack_kib="$allocated_slack_kib" \
-        -v resident_slack_kib="$resident_slack_kib" -v bytes_a_segment="$bytes_a_segment" \
-        -v longest_gap_s="$longest_gap_s" -v length_s="$((60 * minutes))" \
-        -f scripts/soak-check.awk "$samples"
+    awk -v allocated_slack_kib="$allocated_slack_kib" -v resident_slack_kib="$resident_slack_kib" \
+        -v bytes_a_segment="$bytes_a_segment" -v longest_gap_s="$longest_gap_s" \
+        -v length_s="$((60 * minutes))" -f scripts/soak-check.awk "$samples"
     sed -E '/^(PnP event|Enumerated [0-9]+ devices)\.$/d; s/^/it says: /' "$work/output"
     sed -E '/^QObject::connect: No such signal TavelHardware::deviceEnumerated\(int,int\)$/d
         s/^/it complains: /' "$work/errors"
