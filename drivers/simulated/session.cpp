@@ -17,7 +17,6 @@ constexpr char kCommandEnd = '\r';
 constexpr auto kPatience = 5s;
 
 constexpr std::size_t kReportsOfGhost = 64;
-constexpr int kOtherDevice = 1000; // what is added to the handle of a board that changes
 
 void putNumber(_TAVEL_DEVICE_INFO& info, std::size_t offset, std::int32_t value) {
     for (std::size_t i = 0; i < sizeof value; ++i)
@@ -30,6 +29,13 @@ std::int32_t numberAt(const _TAVEL_DEVICE_INFO& info, std::size_t offset) {
     for (std::size_t i = 0; i < sizeof value; ++i)
         value |= static_cast<std::uint32_t>(info.bytes[offset + i]) << 8 * i;
     return static_cast<std::int32_t>(value);
+}
+
+using MaybeTime = std::optional<Playback::Clock::time_point>;
+
+/// Of those that there are.
+MaybeTime earlier(MaybeTime a, MaybeTime b) {
+    return a && b ? std::min(a, b) : a ? a : b;
 }
 
 /// On this thread and on others, which are waited for.
@@ -159,7 +165,7 @@ bool Session::describeBoard(int index, _TAVEL_DEVICE_INFO* info) {
         const unsigned int turn = m_descriptions++ % 3;
         if (turn == 2)
             return false;
-        device += turn == 1 ? kOtherDevice : 0;
+        device = turn == 1 ? ~device : device;
     }
     putNumber(*info, _TAVEL_DEVICE_INFO::kStateOffset, board.state);
     putNumber(*info, _TAVEL_DEVICE_INFO::kDeviceOffset, device);
@@ -203,9 +209,7 @@ void Session::run() {
         } else if (fault && *fault <= now) {
             commitFault(lock);
         } else if (next || fault) {
-            m_changed.wait_until(lock, next && fault ? std::min(*next, *fault)
-                                       : next        ? *next
-                                                     : *fault);
+            m_changed.wait_until(lock, *earlier(next, fault));
         } else {
             m_changed.wait(lock);
         }
@@ -356,9 +360,7 @@ void Session::haunt(std::unique_lock<std::mutex>& lock, int device) {
 
 /// When the driver is to do wrong next, or to do right from then on.
 std::optional<Playback::Clock::time_point> Session::dueFault() const {
-    if (m_faultsEnd && m_nextNotice)
-        return std::min(*m_faultsEnd, *m_nextNotice);
-    return m_faultsEnd ? m_faultsEnd : m_nextNotice;
+    return earlier(m_faultsEnd, m_nextNotice);
 }
 
 void Session::commitFault(std::unique_lock<std::mutex>& lock) {

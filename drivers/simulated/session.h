@@ -103,7 +103,7 @@ private:
     std::optional<Playback::Clock::time_point> m_nextNotice; ///< that comes without any reason
     unsigned int m_counts = 0;
     unsigned int m_descriptions = 0;
-    std::map<int, std::deque<ReportBytes>> m_recent; ///< reports by device, for its ghost
+    std::map<int, std::deque<ReportBytes>> m_recent; ///< reports by device, for callbacks that stay
     bool m_callsLate = false;
     std::deque<Packet> m_outbox;
     std::optional<Playback::Clock::time_point> m_patience; ///< end of the wait for the program
