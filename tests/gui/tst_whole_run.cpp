@@ -1,11 +1,9 @@
 #include "tests/gui/desktop.h"
+#include "tests/gui/driver_counts.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <array>
-#include <cstring>
 
 namespace {
 
@@ -22,25 +20,9 @@ private slots:
     void nothing_is_left_behind();
 
 private:
-    enum { Pens, Touches, Erasers, Others, Notices, Kinds };
-    using Counts = std::array<quint64, Kinds>;
-    /// The driver's, of the callbacks that it has made.
-    Counts counts() const;
-
     QTemporaryDir m_folder;
     Desktop m_desktop;
 };
-
-TestWholeRun::Counts TestWholeRun::counts() const {
-    Counts counts = {};
-    QFile file(m_folder.filePath(QStringLiteral("counts")));
-    if (file.open(QIODevice::ReadOnly)) {
-        const QByteArray bytes = file.readAll();
-        std::memcpy(counts.data(), bytes.constData(),
-                    std::min(sizeof counts, static_cast<std::size_t>(bytes.size())));
-    }
-    return counts;
-}
 
 void TestWholeRun::nothing_is_left_behind() {
     QVERIFY2(m_folder.isValid(), qPrintable(m_folder.errorString()));
@@ -48,7 +30,8 @@ void TestWholeRun::nothing_is_left_behind() {
     m_desktop.set_variable("KESTRUNE_CAPTURE_SPEED", QStringLiteral("6")); // the demonstration's
     m_desktop.set_variable("KESTRUNE_DRIVER_FAULTS", QStringLiteral("notices=2"));
     m_desktop.set_variable("KESTRUNE_DRIVER_FAULTS_MS", QStringLiteral("2000"));
-    m_desktop.set_variable("KESTRUNE_DRIVER_COUNTS", m_folder.filePath(QStringLiteral("counts")));
+    const QString counts = m_folder.filePath(QStringLiteral("counts"));
+    m_desktop.set_variable("KESTRUNE_DRIVER_COUNTS", counts);
     QVERIFY2(m_desktop.start_session(), m_desktop.why());
     QVERIFY2(m_desktop.start_in_session(), m_desktop.why());
 
@@ -61,15 +44,17 @@ void TestWholeRun::nothing_is_left_behind() {
 
     // A round of the demonstration ends with the erasers.
     constexpr quint64 most = 200;
-    const auto is_shown = [](const Counts& seen) {
-        return seen[Pens] > most && seen[Touches] > most && seen[Erasers] > most &&
-               seen[Notices] > 3;
+    const auto is_shown = [&counts] {
+        const DriverCounts seen(counts);
+        return seen.of[DriverCounts::Pens] > most && seen.of[DriverCounts::Touches] > most &&
+               seen.of[DriverCounts::Erasers] > most && seen.of[DriverCounts::Notices] > 3;
     };
-    QTRY_VERIFY_WITH_TIMEOUT(is_shown(counts()), kPatience_ms);
+    QTRY_VERIFY_WITH_TIMEOUT(is_shown(), kPatience_ms);
 
     // And one that begins: it ends with contacts down.
-    const quint64 pens = counts()[Pens];
-    QTRY_VERIFY_WITH_TIMEOUT(counts()[Pens] > pens + most, kPatience_ms);
+    const auto pens = [&counts] { return DriverCounts(counts).of[DriverCounts::Pens]; };
+    const quint64 before = pens();
+    QTRY_VERIFY_WITH_TIMEOUT(pens() > before + most, kPatience_ms);
     QVERIFY2(m_desktop.escape_ends_after_writing(
                  QRegularExpression(QStringLiteral("(PnP event\\.\n|Enumerated 1 devices\\.\n)+"))),
              m_desktop.why());
