@@ -3,6 +3,7 @@
 
 #include "bench/offscreen.h"
 #include "bench/ratio.h"
+#include "bench/rawreports.h"
 #include "hardware/tavelhardware.h"
 
 #include <QCoreApplication>
@@ -71,32 +72,19 @@ private:
     std::thread m_thread;
 };
 
-void append_number(QByteArray& report, int value) {
-    report.append(static_cast<char>(value & 0xFF));
-    report.append(static_cast<char>(value >> 8));
-}
-
 int position(int n) {
     return 4000 + n * 37 % 24000;
 }
 
 QByteArray raw_pen(int n) {
-    QByteArray report("\x08\x21\x00", 3);
-    append_number(report, position(n));
-    append_number(report, position(n));
-    report.append('\x01');
-    return report;
+    return raw::pen(0, {position(n), position(n)});
 }
 
 QByteArray raw_touches(int n) {
-    QByteArray report("\x00\x45", 2);
-    for (int i = 0; i < kContacts; ++i) {
-        report.append(static_cast<char>(0x80 | i));
-        append_number(report, position(n + i));
-        append_number(report, position(n + i));
-        append_number(report, 60);
-    }
-    return report;
+    std::vector<raw::Point> contacts;
+    for (int i = 0; i < kContacts; ++i)
+        contacts.push_back({position(n + i), position(n + i)});
+    return raw::touches(contacts, 60);
 }
 
 void call_back(TavelHardware& hardware, const QByteArray& report) {

@@ -12,7 +12,7 @@ dev | release | asan | tsan) ;;
 *) fail "no preset '$preset': it is one of dev, release, asan, tsan" ;;
 esac
 
-install_packages "${build_packages[@]}" "${screen_packages[@]}" libbenchmark-dev gtkwave
+install_packages "${build_packages[@]}" "${screen_packages[@]}" gtkwave
 build "$preset" "build/$preset"
 step "Running the tests of build/$preset"
 ctest --preset "$preset"
