@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds a release, runs every benchmark and writes the table of
-# docs/performance.md, with the machine and the date. Takes some four minutes on an idle machine; on
-# a busy one the ratios waver, and the last two lines of row 10 tell of the machine instead.
+# docs/performance.md, with the machine and the date. Takes some two minutes. On a busy
+# machine the ratios waver, and the late ticks of row 10 are the machine's.
 #
 #   scripts/bench.sh
 source "$(dirname "$0")/common.sh"
 
 table=docs/performance.md
-begin='<!-- The table, written by scripts/bench.sh: begin -->'
-end='<!-- end -->'
+begin='<!-- table: begin -->'
+end='<!-- table: end -->'
 benchmarks=(vcd marker frame stroke delivery load start)
 
 install_packages "${build_packages[@]}"
