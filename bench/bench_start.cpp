@@ -4,6 +4,7 @@
 #include "app/kestrunedialog.h"
 #include "bench/ratio.h"
 #include "strokes/strokesview.h"
+#include "tests/strokes/cards.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -26,26 +27,11 @@ public:
 
 protected:
     void paintEvent(QPaintEvent*) override {
-        QFont font;
-        font.setStyleHint(QFont::Serif, QFont::PreferAntialias);
-        font.setPixelSize(32);
-        const char* const lines[] = {"Keyboard controls",
-                                     "H to toggle this help screen",
-                                     "ESC to exit",
-                                     "ENTER to toggle full screen",
-                                     "BACKSPACE to clear strokes",
-                                     "SPACE to toggle info tag boxes",
-                                     "G to toggle grid",
-                                     "S to toggle shape field",
-                                     "C to toggle colour field",
-                                     "B to toggle all black",
-                                     "<- to toggle vertical bars",
-                                     "-> to toggle horizontal bars",
-                                     "0-9 to select stroke width"};
+        const QFont font = serif_font();
         const int line_height = QFontMetrics(font).height();
         QPainterPath text;
         int k = 0;
-        for (const char* const line : lines)
+        for (const char* const line : kHelp)
             text.addText(0.0, ++k * line_height, font, QString::fromLatin1(line));
         QPainter painter(this);
         painter.fillRect(rect(), Qt::white);
