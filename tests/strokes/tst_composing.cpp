@@ -80,6 +80,12 @@ private:
     mutable NotingEngine m_engine;
 };
 
+QImage blank_picture() {
+    QImage image(kView, QImage::Format_RGB32);
+    image.fill(Qt::darkYellow);
+    return image;
+}
+
 } // namespace
 
 class TestComposing : public QuietTest {
@@ -91,6 +97,7 @@ private slots:
     void the_markers_are_above_the_strokes();
     void a_layer_that_is_not_there_is_not_painted();
     void only_the_region_of_the_event_is_composed();
+    void small_and_large_rectangles_are_composed_alike();
     void the_layers_are_clipped_by_the_widget();
 };
 
@@ -169,6 +176,24 @@ void TestComposing::only_the_region_of_the_event_is_composed() {
     QCOMPARE(engine.m_parts.at(QImage::Format_RGB32), region);
     QCOMPARE(engine.m_parts.at(QImage::Format_ARGB32_Premultiplied), region);
     QCOMPARE(engine.m_pixels, 2 * (20 * 30 + 9 * 80 + 5 * 20)); // none twice
+}
+
+void TestComposing::small_and_large_rectangles_are_composed_alike() {
+    const auto view = bare_view(ColorsCard);
+    draw(*view, {{QColor(0, 0, 255, 100), 20.0, {{10.0, 45.0}, {110.0, 45.0}}}});
+    // Below each other, as a region cuts what is beside each other.
+    const QRegion region = QRegion(3, 2, 6, 5) + QRegion(20, 10, 60, 40) + QRegion(10, 55, 5, 5) +
+                           QRegion(30, 62, 80, 26) + QRegion(50, 89, 9, 1);
+    QImage shot = blank_picture();
+    view->render(&shot, region.boundingRect().topLeft(), region, QWidget::RenderFlags());
+
+    QImage expected = blank_picture();
+    QPainter painter(&expected);
+    painter.setClipRegion(region);
+    painter.drawImage(0, 0, *view->m_test_image);
+    painter.drawImage(0, 0, *view->m_strokes_image);
+    painter.end();
+    COMPARE_PICTURES(shot, expected);
 }
 
 /// Grows the layers of all views that come after it.
