@@ -115,6 +115,7 @@ void frames(const ratio::Report& report) {
         const double paint_s = ratio::time(Clock::Process, [&] { board.m_view.repaint(dirty); });
         const double cold_s = ratio::time(Clock::Process, [&] { cold.compose(dirty); });
         warm.compose(dirty);
+        warm.compose(dirty);
         const double warm_s = ratio::time(Clock::Process, [&] { warm.compose(dirty); });
         if (i < 2)
             continue; // the markers have not been anywhere yet

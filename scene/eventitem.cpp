@@ -97,14 +97,13 @@ void EventItem::add_tag(QPointF corner) {
     const Glyphs& known = tag_glyphs(m_font);
     const Glyphs& glyphs = known.font() == m_font ? known : Glyphs(m_font, QString());
     m_text.clear(); // keeps its memory
-    m_text_pieces.clear();
-    int n = 0;
+    m_lines.clear();
     for (const QString& line : lines) {
-        const QPointF baseline(corner.x(), corner.y() + ++n * glyphs.line_height());
-        glyphs.add(baseline, line, m_text, m_text_pieces);
+        const int n = static_cast<int>(m_lines.size()) + 1;
+        const QPointF baseline(corner.x(), corner.y() + n * glyphs.line_height());
+        m_text.addPath(glyphs.outlines(baseline, line));
+        m_lines.push_back({baseline, line});
     }
-    if (!glyphs.are_lines_apart())
-        m_text_pieces = {m_text};
 }
 
 void EventItem::redraw(QPainter& painter) {
@@ -119,10 +118,23 @@ void EventItem::redraw(QPainter& painter) {
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::black);
-    if (painter.transform().type() > QTransform::TxTranslate) {
+    draw_tag(painter);
+}
+
+/// Draws m_text, in pieces where they cannot meet: that is several times as fast. Each line's are
+/// made for the moment, lest all markers' together push each other out of the cache.
+void EventItem::draw_tag(QPainter& painter) const {
+    const Glyphs& glyphs = tag_glyphs(m_font);
+    if (painter.transform().type() > QTransform::TxTranslate || glyphs.font() != m_font ||
+        !glyphs.are_lines_apart()) {
         painter.drawPath(m_text);
         return;
     }
-    for (const QPainterPath& piece : m_text_pieces) // several times as fast as all at once
-        painter.drawPath(piece);
+    std::vector<QPainterPath> pieces;
+    for (const TagLine& line : m_lines) {
+        pieces.clear();
+        glyphs.add_pieces(line.baseline, line.text, pieces);
+        for (const QPainterPath& piece : pieces)
+            painter.drawPath(piece);
+    }
 }

@@ -140,24 +140,39 @@ bool Glyphs::knows(const QString& text) const {
     return true;
 }
 
-void Glyphs::add(QPointF baseline, const QString& text, QPainterPath& outlines,
-                 std::vector<QPainterPath>& pieces) const {
-    if (!knows(text) || !can_be_placed(baseline)) {
-        pieces.push_back(text_path(baseline, m_font, text));
-        outlines.addPath(pieces.back());
-        return;
-    }
+/// Calls `place_glyph` with each glyph that is seen and its place. The text is known.
+template <typename Place>
+void Glyphs::place(QPointF baseline, const QString& text, Place place_glyph) const {
     double x = placed(baseline.x());
     const double y = placed(baseline.y());
-    TextPieces line(pieces);
     for (int i = 0; i < text.size(); ++i) {
         if (i > 0)
             x += m_advances[pair(text.at(i - 1), text.at(i))];
         const Glyph& glyph = m_glyphs[static_cast<std::size_t>(m_characters.indexOf(text.at(i)))];
-        if (glyph.outline.isEmpty())
-            continue;
-        outlines.addPath(glyph.outline.translated(x, y));
+        if (!glyph.outline.isEmpty())
+            place_glyph(glyph, x, y);
+    }
+}
+
+QPainterPath Glyphs::outlines(QPointF baseline, const QString& text) const {
+    if (!knows(text) || !can_be_placed(baseline))
+        return text_path(baseline, m_font, text);
+    QPainterPath path;
+    place(baseline, text, [&path](const Glyph& glyph, double x, double y) {
+        path.addPath(glyph.outline.translated(x, y));
+    });
+    return path;
+}
+
+void Glyphs::add_pieces(QPointF baseline, const QString& text,
+                        std::vector<QPainterPath>& pieces) const {
+    if (!knows(text) || !can_be_placed(baseline)) {
+        pieces.push_back(text_path(baseline, m_font, text));
+        return;
+    }
+    TextPieces line(pieces);
+    place(baseline, text, [&line](const Glyph& glyph, double x, double y) {
         line.add(glyph.straight.translated(x, y), x + glyph.bounds.left(),
                  x + glyph.bounds.right());
-    }
+    });
 }

@@ -16,11 +16,12 @@ public:
     /// sample by more than neighbours is not learnt at all.
     Glyphs(const QFont& font, const QString& sample);
 
-    /// Appends to `outlines` what QPainterPath::addText(baseline, font, text) would, and to
-    /// `pieces` the same as TextPieces and in straight lines. Of a text of which something has not
-    /// been learnt the toolkit makes both, as one piece.
-    void add(QPointF baseline, const QString& text, QPainterPath& outlines,
-             std::vector<QPainterPath>& pieces) const;
+    /// The same as QPainterPath::addText(baseline, font, text), which is asked itself for a text of
+    /// which something has not been learnt.
+    QPainterPath outlines(QPointF baseline, const QString& text) const;
+    /// Appends the same as TextPieces and in straight lines; as one piece and as the toolkit has it
+    /// where something has not been learnt.
+    void add_pieces(QPointF baseline, const QString& text, std::vector<QPainterPath>& pieces) const;
 
     /// Whether lines of learnt text that are line_height() apart have a pixel between them, too.
     bool are_lines_apart() const { return m_are_lines_apart; }
@@ -37,6 +38,8 @@ private:
 
     std::size_t pair(QChar first, QChar second) const;
     bool knows(const QString& text) const;
+    template <typename Place>
+    void place(QPointF baseline, const QString& text, Place place_glyph) const;
 
     QFont m_font;
     int m_line_height;

@@ -11,6 +11,7 @@
 #include <QPointF>
 #include <QRect>
 #include <QRectF>
+#include <QString>
 #include <QTransform>
 #include <future>
 #include <memory>
@@ -141,9 +142,15 @@ public:
     QFont m_font;
 
 private:
-    void add_tag(QPointF corner);
+    struct TagLine {
+        QPointF baseline;
+        QString text;
+    };
 
-    std::vector<QPainterPath> m_text_pieces; ///< what m_text covers; unscaled they share no pixel
+    void add_tag(QPointF corner);
+    void draw_tag(QPainter& painter) const;
+
+    std::vector<TagLine> m_lines; ///< of m_text
 };
 
 class Pen : public EventItem {
