@@ -13,7 +13,9 @@ dev | release | asan | tsan) ;;
 esac
 
 install_packages "${build_packages[@]}" "${screen_packages[@]}" gtkwave
-build "$preset" "build/$preset"
+configure "$preset" "build/$preset"
+step "Building in build/$preset"
+cmake --build --preset "$preset"
 step "Running the tests of build/$preset"
 ctest --preset "$preset"
 step "All tests passed."
