@@ -6,13 +6,18 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -44,6 +49,33 @@ void record(Values values, int signal_count, int change_count) {
     for (int n = signal_count; n < change_count; ++n)
         traces[static_cast<std::size_t>(n % signal_count)].update(value(values, n));
 }
+
+/// The recorder as one writes it down at first, with an array that doubles for each signal.
+class PlainVcd {
+public:
+    explicit PlainVcd(std::uint32_t signal) : m_signal(signal) {}
+
+    void update(double value) {
+        const std::lock_guard lock(m_mutex);
+        std::vector<Vcd::change>& changes = m_changes[m_signal];
+        if (!changes.empty() && changes.back().value == value)
+            return;
+        const std::chrono::nanoseconds since_start =
+            std::chrono::system_clock::now() - Vcd::m_starttime;
+        std::int64_t time = since_start.count();
+        if (!changes.empty() && changes.back().time >= time)
+            time = changes.back().time + 1;
+        changes.push_back({m_signal, Vcd::kDouble, value, time});
+    }
+
+    static void forget() { m_changes.clear(); }
+
+private:
+    std::uint32_t m_signal;
+
+    inline static std::map<std::uint32_t, std::vector<Vcd::change>> m_changes;
+    inline static std::mutex m_mutex;
+};
 
 /// The writer as one writes it down at first: a sort of a copy of everything, a map of codes, and a
 /// stream insertion for each field.
@@ -178,6 +210,54 @@ void updating(const ratio::Report& report) {
     forget();
 }
 
+/// Each thread updates a signal of its own. \return wall time in seconds
+template <typename Trace>
+double update_on(int thread_count, int rounds, int step, Trace (*signal)(int)) {
+    std::vector<Trace> signals;
+    for (int i = 0; i < thread_count; ++i) {
+        signals.push_back(signal(i));
+        signals.back().update(0.0);
+    }
+    const auto work = [rounds, step](Trace& trace) {
+        for (int n = 1; n <= rounds; ++n)
+            trace.update(n * step);
+    };
+    return ratio::time(ratio::Clock::Wall, [&] {
+        std::vector<std::thread> others;
+        for (int i = 1; i < thread_count; ++i)
+            others.emplace_back(work, std::ref(signals[static_cast<std::size_t>(i)]));
+        work(signals.front());
+        for (std::thread& other : others)
+            other.join();
+    });
+}
+
+void updating_plainly(const ratio::Report& report) {
+    const int rounds = report.count(500000, 1000);
+    for (const int step : {1, 0}) {
+        for (const int thread_count : {1, 2}) {
+            const auto ours = [=] {
+                forget();
+                return update_on<Vcd>(thread_count, rounds, step,
+                                      [](int i) { return Vcd("signal" + std::to_string(i), 0.0); });
+            };
+            const auto plain = [=] {
+                PlainVcd::forget();
+                return update_on<PlainVcd>(thread_count, rounds, step, [](int i) {
+                    return PlainVcd(static_cast<std::uint32_t>(i));
+                });
+            };
+            const std::string what = std::string("update ") + (step == 0 ? "un" : "") +
+                                     "changed, " + std::to_string(thread_count) +
+                                     (thread_count == 1 ? " thread" : " threads");
+            report.times("2", what + ", against a plain recorder", report.by_turns(15, ours, plain),
+                         ratio::unbounded(), rounds * thread_count);
+        }
+    }
+    forget();
+    PlainVcd::forget();
+}
+
 /// A figure of this process in the kernel's own words, in bytes.
 double status(const std::string& name) {
     std::ifstream file("/proc/self/status");
@@ -243,5 +323,6 @@ int main(int argc, char** argv) {
     remembering(report); // first, while there is nothing that a child could inherit
     const bool is_same = writing(report);
     updating(report);
+    updating_plainly(report);
     return is_same ? 0 : 1;
 }

@@ -69,7 +69,8 @@ void Report::times(const std::string& number, const std::string& what, const Sid
 void Report::row(const std::string& number, const std::string& what, const std::string& ours,
                  const std::string& other, double ratio, Target target) const {
     const std::string bound =
-        (target.is_upper ? "at most " : "at least ") + number_text(target.bound);
+        target.bound ? (target.is_upper ? "at most " : "at least ") + number_text(*target.bound)
+                     : "no target";
     const char* const form = m_is_table ? "| %s | %s | %s | %s | %s | %s |\n"
                                         : "%-3s %s: %s against %s, ratio %s (%s)\n";
     std::printf(form, number.c_str(), what.c_str(), ours.c_str(), other.c_str(),

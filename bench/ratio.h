@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,12 +33,16 @@ struct Sides {
     std::vector<double> other;
 };
 
-/// What the ratio ought to be: ours to the other side where it has an upper bound, the other side
-/// to ours where it has a lower one.
+/// What the ratio ought to be: ours to the other side where it has an upper bound or none, the
+/// other side to ours where it has a lower one.
 struct Target {
     bool is_upper;
-    double bound;
+    std::optional<double> bound;
 };
+
+inline Target unbounded() {
+    return {true, std::nullopt};
+}
 
 inline Target at_most(double bound) {
     return {true, bound};
