@@ -101,7 +101,7 @@ void EventItem::add_tag(QPointF corner) {
     for (const QString& line : lines) {
         const int n = static_cast<int>(m_lines.size()) + 1;
         const QPointF baseline(corner.x(), corner.y() + n * glyphs.line_height());
-        m_text.addPath(glyphs.outlines(baseline, line));
+        glyphs.add_outlines(baseline, line, m_text);
         m_lines.push_back({baseline, line});
     }
 }

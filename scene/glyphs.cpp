@@ -105,10 +105,13 @@ Glyphs::Glyphs(const QFont& font, const QString& sample)
         return;
     QRectF all;
     for (const QChar character : sample) {
-        if (m_characters.contains(character))
+        const std::size_t at = character.unicode();
+        if (at >= m_indices.size())
+            m_indices.resize(at + 1, kUnknown);
+        if (m_indices[at] != kUnknown)
             continue;
         const QPainterPath outline = text_path(QPointF(0.0, 0.0), font, character);
-        m_characters += character;
+        m_indices[at] = static_cast<int>(m_glyphs.size());
         m_glyphs.push_back({outline, straightened(outline), outline.boundingRect()});
         all |= m_glyphs.back().bounds;
     }
@@ -116,26 +119,32 @@ Glyphs::Glyphs(const QFont& font, const QString& sample)
     m_advances.assign(m_glyphs.size() * m_glyphs.size(), std::numeric_limits<double>::quiet_NaN());
     for (std::size_t i = 1; i < positions.size(); ++i) {
         const int at = static_cast<int>(i);
-        double& known = m_advances[pair(sample.at(at - 1), sample.at(at))];
+        double& known = m_advances[pair(index(sample.at(at - 1)), index(sample.at(at)))];
         const double advance = positions[i] - positions[i - 1];
         if (!std::isnan(known) && known != advance) { // it is not the neighbours alone that count
-            m_characters.clear();
+            m_indices.clear();
             return;
         }
         known = advance;
     }
 }
 
-std::size_t Glyphs::pair(QChar first, QChar second) const {
-    return static_cast<std::size_t>(m_characters.indexOf(first) * m_characters.size() +
-                                    m_characters.indexOf(second));
+int Glyphs::index(QChar character) const {
+    const std::size_t at = character.unicode();
+    return at < m_indices.size() ? m_indices[at] : kUnknown;
+}
+
+std::size_t Glyphs::pair(int first, int second) const {
+    return static_cast<std::size_t>(first) * m_glyphs.size() + static_cast<std::size_t>(second);
 }
 
 bool Glyphs::knows(const QString& text) const {
-    for (int i = 0; i < text.size(); ++i) {
-        if (!m_characters.contains(text.at(i)) ||
-            (i > 0 && std::isnan(m_advances[pair(text.at(i - 1), text.at(i))])))
+    int before = kUnknown;
+    for (const QChar character : text) {
+        const int at = index(character);
+        if (at == kUnknown || (before != kUnknown && std::isnan(m_advances[pair(before, at)])))
             return false;
+        before = at;
     }
     return true;
 }
@@ -145,23 +154,26 @@ template <typename Place>
 void Glyphs::place(QPointF baseline, const QString& text, Place place_glyph) const {
     double x = placed(baseline.x());
     const double y = placed(baseline.y());
-    for (int i = 0; i < text.size(); ++i) {
-        if (i > 0)
-            x += m_advances[pair(text.at(i - 1), text.at(i))];
-        const Glyph& glyph = m_glyphs[static_cast<std::size_t>(m_characters.indexOf(text.at(i)))];
+    int before = kUnknown;
+    for (const QChar character : text) {
+        const int at = index(character);
+        if (before != kUnknown)
+            x += m_advances[pair(before, at)];
+        before = at;
+        const Glyph& glyph = m_glyphs[static_cast<std::size_t>(at)];
         if (!glyph.outline.isEmpty())
             place_glyph(glyph, x, y);
     }
 }
 
-QPainterPath Glyphs::outlines(QPointF baseline, const QString& text) const {
-    if (!knows(text) || !can_be_placed(baseline))
-        return text_path(baseline, m_font, text);
-    QPainterPath path;
+void Glyphs::add_outlines(QPointF baseline, const QString& text, QPainterPath& path) const {
+    if (!knows(text) || !can_be_placed(baseline)) {
+        path.addText(baseline, m_font, text);
+        return;
+    }
     place(baseline, text, [&path](const Glyph& glyph, double x, double y) {
         path.addPath(glyph.outline.translated(x, y));
     });
-    return path;
 }
 
 void Glyphs::add_pieces(QPointF baseline, const QString& text,

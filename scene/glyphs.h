@@ -16,9 +16,9 @@ public:
     /// sample by more than neighbours is not learnt at all.
     Glyphs(const QFont& font, const QString& sample);
 
-    /// The same as QPainterPath::addText(baseline, font, text), which is asked itself for a text of
-    /// which something has not been learnt.
-    QPainterPath outlines(QPointF baseline, const QString& text) const;
+    /// The same as path.addText(baseline, font, text), which is asked itself for a text of which
+    /// something has not been learnt.
+    void add_outlines(QPointF baseline, const QString& text, QPainterPath& path) const;
     /// Appends the same as TextPieces and in straight lines; as one piece and as the toolkit has it
     /// where something has not been learnt.
     void add_pieces(QPointF baseline, const QString& text, std::vector<QPainterPath>& pieces) const;
@@ -30,13 +30,16 @@ public:
     int line_height() const { return m_line_height; } ///< in pixels
 
 private:
+    static constexpr int kUnknown = -1;
+
     struct Glyph {
         QPainterPath outline;  ///< with the baseline's start at the origin
         QPainterPath straight; ///< the same without curves
         QRectF bounds;         ///< null where there is nothing to see
     };
 
-    std::size_t pair(QChar first, QChar second) const;
+    int index(QChar character) const;
+    std::size_t pair(int first, int second) const;
     bool knows(const QString& text) const;
     template <typename Place>
     void place(QPointF baseline, const QString& text, Place place_glyph) const;
@@ -44,7 +47,7 @@ private:
     QFont m_font;
     int m_line_height;
     bool m_are_lines_apart = false;
-    QString m_characters;           ///< each that has been learnt, once
-    std::vector<Glyph> m_glyphs;    ///< of each of m_characters
-    std::vector<double> m_advances; ///< in pixels, of each pair of them; not a number: not learnt
+    std::vector<Glyph> m_glyphs;    ///< one for each character that has been learnt
+    std::vector<int> m_indices;     ///< in m_glyphs, by character, or kUnknown
+    std::vector<double> m_advances; ///< in pixels, of each pair of glyphs; not a number: not learnt
 };
