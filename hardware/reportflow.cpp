@@ -20,8 +20,7 @@ void ReportFlow::stop() {
 
 void ReportFlow::turn(bool loop_runs) {
     m_spent = Duration::zero();
-    m_loop_runs = loop_runs;
-    m_is_receiver_gone = false;
+    see(loop_runs);
     m_is_share_used = false;
     wake();
 }
@@ -32,14 +31,27 @@ void ReportFlow::admit() {
     if (!has_room() && !is_free() && !is_receivers_thread()) {
         std::unique_lock lock(m_mutex);
         ++m_waiting;
-        if (!m_room.wait_for(lock, m_patience, [this] { return has_room() || is_free(); }))
-            m_is_receiver_gone = true;
+        unsigned taken = m_taken;
+        while (!m_room.wait_for(lock, m_patience, [this] { return has_room() || is_free(); })) {
+            if (taken == m_taken)
+                m_is_receiver_gone = true;
+            taken = m_taken;
+        }
         --m_waiting;
     }
     ++m_under_way;
 }
 
+/// The receiver is there. Stores only what changes: the driver's threads read it all the time.
+void ReportFlow::see(bool loop_runs) {
+    if (m_loop_runs != loop_runs)
+        m_loop_runs = loop_runs;
+    if (m_is_receiver_gone)
+        m_is_receiver_gone = false;
+}
+
 void ReportFlow::delivered(Duration took) {
+    ++m_taken;
     // A report that was sent before the start is not counted.
     int under_way = m_under_way;
     while (under_way > 0 && !m_under_way.compare_exchange_weak(under_way, under_way - 1)) {
@@ -76,7 +88,10 @@ void ReportFlow::wake() {
     m_room.notify_all();
 }
 
-ReportFlow::Delivery::Delivery(ReportFlow& flow) : m_flow(flow), m_begin(Clock::now()) {}
+ReportFlow::Delivery::Delivery(ReportFlow& flow, bool loop_runs)
+    : m_flow(flow), m_begin(Clock::now()) {
+    m_flow.see(loop_runs);
+}
 
 ReportFlow::Delivery::~Delivery() {
     m_flow.delivered(Clock::now() - m_begin);

@@ -24,8 +24,8 @@ public:
     static constexpr int kMostUnderWay = 16;
     /// What reports may take of one turn. A frame is 16 ms.
     static constexpr std::chrono::milliseconds kShare{10};
-    /// After that long without a turn the receiver is not held to be busy but gone: reports pass
-    /// freely until it turns again.
+    /// After that long in which it takes no report the receiver is not held to be busy but gone:
+    /// reports pass freely until it turns or takes one again.
     static constexpr std::chrono::seconds kPatience{5};
 
     explicit ReportFlow(Duration patience = kPatience) : m_patience(patience) {}
@@ -40,10 +40,11 @@ public:
     /// Before a report is emitted. Waits where it has to.
     void admit();
 
-    /// The receiver is at a report.
+    /// The receiver is at a report. `loop_runs` as in turn(): what has come before the loop began
+    /// may take all of its first turn.
     class Delivery {
     public:
-        explicit Delivery(ReportFlow& flow);
+        Delivery(ReportFlow& flow, bool loop_runs);
         ~Delivery();
         Delivery(const Delivery&) = delete;
         Delivery& operator=(const Delivery&) = delete;
@@ -67,6 +68,7 @@ public:
     };
 
 private:
+    void see(bool loop_runs);
     void delivered(Duration took);
     bool has_room() const;
     bool is_free() const;
@@ -82,6 +84,7 @@ private:
     std::atomic<int> m_driver_calls{0};       ///< of the receiver: one inside the other
     std::atomic<int> m_under_way{0};
     std::atomic<int> m_most_under_way{kMostUnderWay};
+    std::atomic<unsigned> m_taken{0}; ///< in all; may wrap
 
     Duration m_spent{0};   ///< on reports in this turn; the receiver's
     Duration m_slowest{0}; ///< of the latest reports; the receiver's

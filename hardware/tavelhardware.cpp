@@ -137,8 +137,12 @@ void TavelHardware::startFlowControl() {
     if (dispatcher == nullptr)
         return;
     connect(dispatcher, &QAbstractEventDispatcher::awake, this,
-            [this] { m_flow.turn(thread()->loopLevel() > 0); });
+            [this] { m_flow.turn(isLoopRunning()); });
     m_flow.start();
+}
+
+bool TavelHardware::isLoopRunning() const {
+    return thread()->loopLevel() > 0;
 }
 
 void TavelHardware::enumerate() {

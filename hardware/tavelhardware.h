@@ -119,9 +119,9 @@ public:
     static QString parseAdditionalInfoKeyValue(const QString& info, const QString& key);
 
     /// Has the driver wait while this thread cannot follow its reports. For a receiver in this
-    /// thread that takes pen, touch and erase reports and makes a ReportFlow::Delivery of each.
+    /// thread that takes pen, touch and erase reports and holds a reportDelivery() during each.
     void startFlowControl();
-    ReportFlow& reportFlow() { return m_flow; }
+    ReportFlow::Delivery reportDelivery() { return {m_flow, isLoopRunning()}; }
 
     /// Finds the boards anew, subscribing from scratch. Where such a pass is under way already, the
     /// thread that is at it does this one next.
@@ -204,6 +204,8 @@ private:
     QList<int> devices() const;
     void publish(const QList<int>& devices);
     void sendToAll(const QByteArray& command);
+    /// For this object's thread alone.
+    bool isLoopRunning() const;
 
     /// The driver for the length of one call.
     class DriverCall {

@@ -71,7 +71,7 @@ void erase_if(Container& container, Predicate predicate) {
 } // namespace
 
 void Osterly::in_pen_event(const TavelHardware::PenEvent& event) {
-    const ReportFlow::Delivery delivery(hardware->reportFlow());
+    const auto delivery = hardware->reportDelivery();
     static Hoops m_id_to_hoop_map;
     static std::map<int, Controls> id_to_last_map;
 
@@ -98,7 +98,7 @@ void Osterly::in_pen_event(const TavelHardware::PenEvent& event) {
 }
 
 void Osterly::in_touch_event(const TavelHardware::TouchEvent& event) {
-    const ReportFlow::Delivery delivery(hardware->reportFlow());
+    const auto delivery = hardware->reportDelivery();
     static std::vector<Controls> last;
     static Hoops m_id_to_hoop_map;
     const auto unclaimed =
@@ -108,7 +108,7 @@ void Osterly::in_touch_event(const TavelHardware::TouchEvent& event) {
 }
 
 void Osterly::in_erase_event(const TavelHardware::EraseEvent& event) {
-    const ReportFlow::Delivery delivery(hardware->reportFlow());
+    const auto delivery = hardware->reportDelivery();
     static std::vector<Controls> last;
     static Hoops m_id_to_hoop_map;
     // Erasers that nobody claims are nothing to the operating system.

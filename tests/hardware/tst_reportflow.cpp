@@ -43,8 +43,9 @@ private:
 };
 
 /// Takes one report in, which takes `duration`.
-void take(ReportFlow& flow, std::chrono::steady_clock::duration duration = 0s) {
-    const ReportFlow::Delivery delivery(flow);
+void take(ReportFlow& flow, std::chrono::steady_clock::duration duration = 0s,
+          bool loop_runs = kLoopRuns) {
+    const ReportFlow::Delivery delivery(flow, loop_runs);
     const auto end = std::chrono::steady_clock::now() + duration;
     while (std::chrono::steady_clock::now() < end) {
     }
@@ -74,7 +75,11 @@ private slots:
     void the_stop_lets_all_pass();
     void the_end_of_the_loop_lets_all_pass();
     void a_receiver_that_is_gone_is_waited_for_once();
+    void a_receiver_that_comes_back_is_waited_for_again_data();
     void a_receiver_that_comes_back_is_waited_for_again();
+    void a_receiver_that_takes_reports_is_not_gone();
+    void a_report_taken_tells_that_the_loop_runs();
+    void a_report_taken_tells_that_no_loop_runs();
     void reports_from_before_the_start_are_not_counted();
     void none_is_lost_between_many_threads();
 };
@@ -218,16 +223,62 @@ void TestReportFlow::a_receiver_that_is_gone_is_waited_for_once() {
     QVERIFY(std::chrono::steady_clock::now() - begin >= patience);
 }
 
+void TestReportFlow::a_receiver_that_comes_back_is_waited_for_again_data() {
+    QTest::addColumn<bool>("turns");
+    QTest::newRow("it turns") << true;
+    QTest::newRow("it takes a report") << false;
+}
+
 void TestReportFlow::a_receiver_that_comes_back_is_waited_for_again() {
+    QFETCH(const bool, turns);
     constexpr auto patience = 200ms;
     ReportFlow flow(patience);
     start(flow);
     const Driver without(flow, 2 * ReportFlow::kMostUnderWay);
     QTRY_VERIFY(without.is_done());
 
-    flow.turn(kLoopRuns);
+    if (turns)
+        flow.turn(kLoopRuns);
+    else
+        take(flow);
     const Driver with(flow, 1);
     QVERIFY(with.waits_after(0));
+}
+
+void TestReportFlow::a_receiver_that_takes_reports_is_not_gone() {
+    constexpr auto patience = 500ms;
+    ReportFlow flow(patience);
+    flow.start();
+    for (int i = 0; i < 100; ++i)
+        flow.admit(); // no loop runs yet
+    flow.turn(kLoopRuns);
+    const Driver driver(flow, 1);
+    for (auto waited = 0ms; waited < 3 * patience; waited += patience / 10) {
+        std::this_thread::sleep_for(patience / 10);
+        take(flow); // of those from before
+        QVERIFY(driver.waits_after(0));
+    }
+    flow.stop();
+}
+
+void TestReportFlow::a_report_taken_tells_that_the_loop_runs() {
+    ReportFlow flow(kLong);
+    flow.start();
+    const Driver before(flow, 1000);
+    QTRY_VERIFY(before.is_done());
+    take(flow); // in a first turn that has only begun
+    const Driver after(flow, 1);
+    QVERIFY(after.waits_after(0));
+    flow.stop();
+}
+
+void TestReportFlow::a_report_taken_tells_that_no_loop_runs() {
+    ReportFlow flow(kLong);
+    start(flow);
+    const Driver driver(flow, 1000);
+    QVERIFY(driver.waits_after(ReportFlow::kMostUnderWay));
+    take(flow, 0s, kNoLoop);
+    QTRY_VERIFY(driver.is_done());
 }
 
 void TestReportFlow::reports_from_before_the_start_are_not_counted() {
