@@ -71,8 +71,8 @@ Osterly::Controls report(int n) {
     c.id = Osterly::touch_id(3);
     c.buttons = 1;
     c.radius_x = c.radius_y = 12.5 + n % 5;
-    c.x = c.hoop_x = 1000.0 + 7.25 * n;
-    c.y = c.hoop_y = 700.0 + 3.5 * n;
+    c.x = c.hoop_x = 1000.0 + 7.253 * n;
+    c.y = c.hoop_y = 700.0 + 3.517 * n;
     return c;
 }
 

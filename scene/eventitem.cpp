@@ -125,15 +125,17 @@ void EventItem::redraw(QPainter& painter) {
 /// made for the moment, lest all markers' together push each other out of the cache.
 void EventItem::draw_tag(QPainter& painter) const {
     const Glyphs& glyphs = tag_glyphs(m_font);
-    if (painter.transform().type() > QTransform::TxTranslate || glyphs.font() != m_font ||
+    const QTransform transform = painter.deviceTransform();
+    if (transform.type() > QTransform::TxTranslate || glyphs.font() != m_font ||
         !glyphs.are_lines_apart()) {
         painter.drawPath(m_text);
         return;
     }
+    const QPointF shift(transform.dx(), transform.dy());
     std::vector<QPainterPath> pieces;
     for (const TagLine& line : m_lines) {
         pieces.clear();
-        glyphs.add_pieces(line.baseline, line.text, pieces);
+        glyphs.add_pieces(line.baseline, line.text, shift, pieces);
         for (const QPainterPath& piece : pieces)
             painter.drawPath(piece);
     }

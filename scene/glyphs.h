@@ -1,9 +1,11 @@
 #pragma once
 
+#include "scene/glyphoutline.h"
+#include "scene/subpixelsteps.h"
+
 #include <QFont>
 #include <QPainterPath>
 #include <QPointF>
-#include <QRectF>
 #include <QString>
 #include <vector>
 
@@ -19,9 +21,11 @@ public:
     /// The same as path.addText(baseline, font, text), which is asked itself for a text of which
     /// something has not been learnt.
     void add_outlines(QPointF baseline, const QString& text, QPainterPath& path) const;
-    /// Appends the same as TextPieces and in straight lines; as one piece and as the toolkit has it
-    /// where something has not been learnt.
-    void add_pieces(QPointF baseline, const QString& text, std::vector<QPainterPath>& pieces) const;
+    /// Appends the same as TextPieces and in straight lines, for a painter that moves them by
+    /// `shift`, in pixels; as one piece and as the toolkit has it where something has not been
+    /// learnt.
+    void add_pieces(QPointF baseline, const QString& text, QPointF shift,
+                    std::vector<QPainterPath>& pieces) const;
 
     /// Whether lines of learnt text that are line_height() apart have a pixel between them, too.
     bool are_lines_apart() const { return m_are_lines_apart; }
@@ -32,12 +36,6 @@ public:
 private:
     static constexpr int kUnknown = -1;
 
-    struct Glyph {
-        QPainterPath outline;  ///< with the baseline's start at the origin
-        QPainterPath straight; ///< the same without curves
-        QRectF bounds;         ///< null where there is nothing to see
-    };
-
     int index(QChar character) const;
     std::size_t pair(int first, int second) const;
     bool knows(const QString& text) const;
@@ -47,7 +45,9 @@ private:
     QFont m_font;
     int m_line_height;
     bool m_are_lines_apart = false;
-    std::vector<Glyph> m_glyphs;    ///< one for each character that has been learnt
-    std::vector<int> m_indices;     ///< in m_glyphs, by character, or kUnknown
+    std::vector<GlyphOutline> m_outlines; ///< one for each character that has been learnt
+    std::vector<int> m_indices;           ///< in m_outlines, by character, or kUnknown
     std::vector<double> m_advances; ///< in pixels, of each pair of glyphs; not a number: not learnt
+    SubpixelSteps m_x_steps;        ///< of all points that the toolkit would round elsewhere
+    SubpixelSteps m_y_steps;
 };

@@ -8,7 +8,9 @@
 #include <QFontMetrics>
 #include <QtTest>
 #include <array>
+#include <cmath>
 #include <memory>
+#include <random>
 #include <tuple>
 #include <type_traits>
 
@@ -358,39 +360,62 @@ void TestEventItem::text_that_may_meet_is_drawn_at_once() {
 }
 
 void TestEventItem::text_in_pieces_is_the_same_picture_data() {
-    QTest::addColumn<QPointF>("shift");
-    QTest::addColumn<double>("radius");
-    QTest::newRow("whole") << QPointF(0, 0) << 12.0;
-    QTest::newRow("a quarter") << QPointF(0.25, 0.5) << 12.5;
-    QTest::newRow("anywhere") << QPointF(0.3717, 0.911) << 17.2391;
-    QTest::newRow("anywhere else") << QPointF(0.999, 0.001) << 0.1 / 3.0;
+    QTest::addColumn<double>("steps"); // of a pixel; 0: anywhere
+    QTest::newRow("anywhere") << 0.0;
+    QTest::newRow("on quarters of a pixel") << 4.0;
+    QTest::newRow("on the toolkit's steps") << 64.0;
 }
 
 void TestEventItem::text_in_pieces_is_the_same_picture() {
-    QFETCH(const QPointF, shift);
-    QFETCH(const double, radius);
-    const auto item = marker(report(radius, radius, 1363.75, 872.38), QColor(0, 255, 0, 32));
-    item->rebuild();
-    const auto picture = [&](auto draw) {
-        QImage image = blank({250, 200}, Qt::transparent);
-        QPainter painter(&image);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.translate(QPointF(180, 150) + shift);
-        draw(painter);
-        return image;
+    QFETCH(const double, steps);
+    std::mt19937 random(11);
+    // Digits of the most curves, in which rounding tells first.
+    const auto number = [&random] {
+        QString digits;
+        for (int i = 0; i < 6; ++i)
+            digits += QStringLiteral("268").at(static_cast<int>(random() % 3));
+        return digits.insert(4, QLatin1Char('.'));
     };
-    const QImage in_pieces = picture([&](QPainter& painter) { item->redraw(painter); });
-    const QImage at_once = picture([&](QPainter& painter) {
-        QPen pen(Qt::black, 1.0, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
-        pen.setCosmetic(true);
-        painter.setPen(pen);
-        painter.setBrush(item->m_color);
-        painter.drawPath(item->m_shape);
-        painter.setBrush(Qt::NoBrush);
-        painter.drawPath(item->m_cross);
-        painter.fillPath(item->m_text, Qt::black);
-    });
-    QCOMPARE(in_pieces, at_once);
+    for (int i = 0; i < 150; ++i) {
+        const QString x = number();
+        const QString y = number();
+        const double radius = static_cast<double>(random() % 4096) / 128.0;
+        const auto some = [&random, steps] {
+            const double pixels = static_cast<double>(random() % 100000) / 99991.0;
+            return steps > 0.0 ? std::floor(pixels * steps) / steps : pixels;
+        };
+        const QPointF shift(190.0 + some(), 160.0 + some());
+        const auto item =
+            marker(report(radius, radius, x.toDouble(), y.toDouble()), QColor(0, 255, 0, 32));
+        item->rebuild();
+        const auto picture = [&shift](auto draw) {
+            QImage image = blank({250, 200}, Qt::transparent);
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.translate(shift);
+            draw(painter);
+            return image;
+        };
+        const QImage in_pieces = picture([&](QPainter& painter) { item->redraw(painter); });
+        const QImage at_once = picture([&](QPainter& painter) {
+            QPen pen(Qt::black, 1.0, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
+            pen.setCosmetic(true);
+            painter.setPen(pen);
+            painter.setBrush(item->m_color);
+            painter.drawPath(item->m_shape);
+            painter.setBrush(Qt::NoBrush);
+            painter.drawPath(item->m_cross);
+            const double drawn = radius == 0.0 ? 25.0 : radius;
+            const QStringList lines{QStringLiteral("ID: 300"),
+                                    QStringLiteral("X: ") + x,
+                                    QStringLiteral("Y: ") + y,
+                                    QStringLiteral("X Radius: %1").arg(radius),
+                                    QStringLiteral("Y Radius: %1").arg(radius),
+                                    QStringLiteral("Buttons: 00000001")};
+            painter.fillPath(tag_text({-drawn - 150.0, -drawn - 125.0}, lines), Qt::black);
+        });
+        QCOMPARE(in_pieces, at_once);
+    }
 }
 
 void TestEventItem::a_marker_is_painted_data() {

@@ -32,9 +32,11 @@ QString figures() {
 
 using Pieces = std::vector<QPainterPath>;
 
-Pieces pieces(const Glyphs& glyphs, QPointF baseline, const QString& text) {
+constexpr QPointF kShift(120.2533, 40.5077);
+
+Pieces pieces(const Glyphs& glyphs, QPointF baseline, const QString& text, QPointF shift = kShift) {
     Pieces all;
-    glyphs.add_pieces(baseline, text, all);
+    glyphs.add_pieces(baseline, text, shift, all);
     return all;
 }
 
@@ -63,12 +65,12 @@ bool are_same(const QPainterPath& a, const QPainterPath& b) {
     return true;
 }
 
-QImage picture(const Pieces& paths) {
+QImage picture(const Pieces& paths, QPointF shift = kShift) {
     QImage image(300, 60, QImage::Format_ARGB32_Premultiplied);
     image.fill(0U);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(120.25, 40.5);
+    painter.translate(shift);
     for (const QPainterPath& path : paths)
         painter.fillPath(path, Qt::black);
     return image;
@@ -82,6 +84,7 @@ class TestGlyphs : public QObject {
 private slots:
     void numbers_are_the_toolkits_data();
     void numbers_are_the_toolkits();
+    void the_picture_is_the_toolkits_data();
     void the_picture_is_the_toolkits();
     void pieces_have_a_pixel_between_them_data();
     void pieces_have_a_pixel_between_them();
@@ -136,16 +139,35 @@ void TestGlyphs::numbers_are_the_toolkits() {
     }
 }
 
+void TestGlyphs::the_picture_is_the_toolkits_data() {
+    QTest::addColumn<double>("x_steps"); // of a pixel; 0: anywhere
+    QTest::addColumn<double>("y_steps");
+    QTest::newRow("anywhere") << 0.0 << 0.0;
+    QTest::newRow("on the toolkit's steps") << 64.0 << 64.0;
+    QTest::newRow("on its steps across") << 64.0 << 0.0;
+    QTest::newRow("on its steps down") << 0.0 << 64.0;
+    QTest::newRow("on whole pixels") << 1.0 << 1.0;
+}
+
 void TestGlyphs::the_picture_is_the_toolkits() {
+    QFETCH(const double, x_steps);
+    QFETCH(const double, y_steps);
     const Glyphs glyphs(tag_font(), figures());
     std::mt19937 random(7);
     std::uniform_real_distribution<double> number(0.0, 20000.0);
-    std::uniform_real_distribution<double> shift(0.0, 3.0);
-    for (int i = 0; i < 300; ++i) {
+    std::uniform_real_distribution<double> some_pixels(0.0, 3.0);
+    std::uniform_real_distribution<double> far(0.0, 250.0);
+    const auto shift = [&](double steps) {
+        const double pixels = some_pixels(random);
+        return steps > 0.0 ? std::round(pixels * steps) / steps : pixels;
+    };
+    for (int i = 0; i < 500; ++i) {
         const QString text = QStringLiteral("X Radius: ") + QString::number(number(random), 'g', 6);
-        const QPointF baseline(-100.0 - shift(random), shift(random));
-        QCOMPARE(picture(pieces(glyphs, baseline, text)),
-                 picture({expected(baseline, tag_font(), text)}));
+        const QPointF baseline(-10.0 - far(random), -10.0 - far(random));
+        const QPointF by(std::floor(-baseline.x()) + shift(x_steps),
+                         std::floor(-baseline.y()) + 40.0 + shift(y_steps));
+        QCOMPARE(picture(pieces(glyphs, baseline, text, by), by),
+                 picture({expected(baseline, tag_font(), text)}, by));
     }
 }
 
@@ -190,10 +212,10 @@ void TestGlyphs::pieces_are_added_to_those_there_are() {
     const Glyphs glyphs(tag_font(), figures());
     const QString text = QStringLiteral("77");
     Pieces all;
-    glyphs.add_pieces({0.0, 0.0}, text, all);
+    glyphs.add_pieces({0.0, 0.0}, text, kShift, all);
     const QPainterPath first = all.front();
     const std::size_t count = all.size();
-    glyphs.add_pieces({0.0, 0.0}, text, all); // in the same place
+    glyphs.add_pieces({0.0, 0.0}, text, kShift, all); // in the same place
     QCOMPARE(all.size(), 2 * count);
     QCOMPARE(all.front(), first);
     QCOMPARE(all[count], first);
