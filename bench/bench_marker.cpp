@@ -65,14 +65,14 @@ public:
     }
 };
 
-/// Report n of a finger that moves.
+/// Report n of a finger that moves: as a board's, on whole pixels.
 Osterly::Controls report(int n) {
     Osterly::Controls c;
     c.id = Osterly::touch_id(3);
     c.buttons = 1;
-    c.radius_x = c.radius_y = 12.5 + n % 5;
-    c.x = c.hoop_x = 1000.0 + 7.253 * n;
-    c.y = c.hoop_y = 700.0 + 3.517 * n;
+    c.radius_x = c.radius_y = 12.5 + n % 100 * 5.0 / 128.0;
+    c.x = c.hoop_x = 1000.0 + 7.0 * n;
+    c.y = c.hoop_y = 700.0 + 3.0 * n;
     return c;
 }
 
