@@ -17,6 +17,14 @@ QPointF nearest_on_grid(QPointF point) {
     return QPointF(std::round(point.x() * kGrid), std::round(point.y() * kGrid)) / kGrid;
 }
 
+/// In the middle between two of the toolkit's steps in filling, which are those of the grid. Wider
+/// than what SubpixelSteps holds for near.
+bool is_near_middle(double coordinate) {
+    constexpr double near = 2e-5;
+    const double steps = coordinate * kGrid;
+    return std::abs(steps - std::floor(steps) - 0.5) < near;
+}
+
 /// The operator of the toolkit is content with points that are near each other.
 bool are_equal(QPointF a, QPointF b) {
     return a.x() == b.x() && a.y() == b.y();
@@ -40,7 +48,7 @@ bool is_on_edge(double value, double bound) {
 
 /// Calls `add_point` with the end of each of the curve's lines. It is halved until its control
 /// points are near enough to the line between its ends. In the toolkit's order of operations, as a
-/// point on one of the steps in which it fills may else be cut off to the step before.
+/// point in the middle between two of the steps in which it fills may else be rounded to the other.
 /// \return whether no halving was a matter of rounding
 template <typename AddPoint>
 bool add_lines(const Curve& curve, int most_halvings, AddPoint& add_point) {
@@ -120,40 +128,51 @@ std::optional<GlyphOutline::Element> GlyphOutline::curve(const QPainterPath& pat
     return std::nullopt;
 }
 
+/// The curve of an element that is moved to `place` and begins at `start`, which is so already.
+std::array<QPointF, 4> GlyphOutline::cubic(const Element& element, QPointF start, QPointF place) {
+    const QPointF control = element.control + place;
+    const QPointF end = element.end + place;
+    if (element.kind == Element::Kind::Cubic)
+        return {start, control, element.second_control + place, end};
+    return {start, cubic_control(control, start), cubic_control(control, end), end};
+}
+
+/// Calls `add_curve` with each curve and where it begins.
 template <typename AddCurve>
 void GlyphOutline::add_to(QPainterPath& path, QPointF place, AddCurve add_curve) const {
     QPointF at;
     for (const Element& element : m_elements) {
         const QPointF end = element.end + place;
-        switch (element.kind) {
-        case Element::Kind::Move:
+        if (element.kind == Element::Kind::Move)
             path.moveTo(end);
-            break;
-        case Element::Kind::Line:
+        else if (element.kind == Element::Kind::Line)
             path.lineTo(end);
-            break;
-        case Element::Kind::Quadratic: {
-            const QPointF control = element.control + place;
-            add_curve({at, cubic_control(control, at), cubic_control(control, end), end});
-            break;
-        }
-        case Element::Kind::Cubic:
-            add_curve({at, element.control + place, element.second_control + place, end});
-            break;
-        }
+        else
+            add_curve(element, at);
         at = end;
     }
 }
 
 void GlyphOutline::straighten() {
     bool is_sure = true;
-    add_to(m_straight, QPointF(), [this, &is_sure](const Curve& curve) {
-        std::vector<QPointF> points;
-        const auto add_point = [&points](QPointF p) { points.push_back(p); };
-        is_sure = add_lines(curve, kMostHalvings, add_point) && is_sure;
-        for (const QPointF& point : points)
+    add_to(m_straight, QPointF(), [this, &is_sure](const Element& element, QPointF start) {
+        const int index = m_straight.elementCount();
+        int count = 0;
+        bool meets_middle = false;
+        const auto add_point = [&](QPointF point) {
             m_straight.lineTo(point);
-        m_rounded_points.insert(m_rounded_points.end(), points.begin(), points.end() - 1);
+            ++count;
+            if (are_equal(point, element.end))
+                return; // on the grid, and never rounded
+            if (is_near_middle(point.x()) || is_near_middle(point.y()))
+                meets_middle = true;
+            else
+                m_rounded_points.push_back(point);
+        };
+        is_sure = add_lines(cubic(element, start, QPointF()), kMostHalvings, add_point) &&
+                  m_straight.elementCount() == index + count && is_sure;
+        if (meets_middle)
+            m_middle_curves.push_back({element, start, index});
     });
     if (!is_sure)
         m_straight = QPainterPath();
@@ -165,12 +184,23 @@ void GlyphOutline::add_to(QPainterPath& path, QPointF place) const {
 
 QPainterPath GlyphOutline::straight_at(QPointF place) const {
     QPainterPath path;
-    const auto add_point = [&path](QPointF p) { path.lineTo(p); };
-    add_to(path, place,
-           [&add_point](const Curve& curve) { add_lines(curve, kMostHalvings, add_point); });
+    const auto add_point = [&path](QPointF point) { path.lineTo(point); };
+    add_to(path, place, [&](const Element& element, QPointF start) {
+        add_lines(cubic(element, start, place), kMostHalvings, add_point);
+    });
     return path;
 }
 
 QPainterPath GlyphOutline::nearly_straight_at(QPointF place) const {
-    return m_straight.isEmpty() ? straight_at(place) : m_straight.translated(place);
+    if (m_straight.isEmpty())
+        return straight_at(place);
+    QPainterPath path = m_straight.translated(place);
+    for (const MiddleCurve& curve : m_middle_curves) {
+        int index = curve.index;
+        const auto set_point = [&path, &index](QPointF point) {
+            path.setElementPositionAt(index++, point.x(), point.y());
+        };
+        add_lines(cubic(curve.element, curve.start + place, place), kMostHalvings, set_point);
+    }
+    return path;
 }

@@ -3,6 +3,7 @@
 #include <QPainterPath>
 #include <QPointF>
 #include <QRectF>
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -25,9 +26,10 @@ public:
     /// The straight lines that the toolkit makes of it there whenever it fills it unscaled, to the
     /// last bit.
     QPainterPath straight_at(QPointF place) const;
-    /// The same up to the last bits, and faster.
+    /// The same and faster, up to the last bits of rounded_points(): even the last bit is the same
+    /// of points in the middle between two of the toolkit's steps in filling, which are the grid's.
     QPainterPath nearly_straight_at(QPointF place) const;
-    /// The points, without the move to `place`, whose last bits the two may differ in.
+    /// Without the move to `place`.
     const std::vector<QPointF>& rounded_points() const { return m_rounded_points; }
 
 private:
@@ -41,7 +43,15 @@ private:
         QPointF second_control;
     };
 
+    /// A curve with a point in such a middle between two of its lines.
+    struct MiddleCurve {
+        Element element;
+        QPointF start;
+        int index; ///< of its first line in m_straight
+    };
+
     static std::optional<Element> curve(const QPainterPath& path, int index, QPointF start);
+    static std::array<QPointF, 4> cubic(const Element& element, QPointF start, QPointF place);
     void straighten();
     template <typename AddCurve>
     void add_to(QPainterPath& path, QPointF place, AddCurve add_curve) const;
@@ -51,4 +61,5 @@ private:
     QPainterPath m_path;
     QPainterPath m_straight; ///< empty where rounding decides about its lines
     std::vector<QPointF> m_rounded_points;
+    std::vector<MiddleCurve> m_middle_curves;
 };

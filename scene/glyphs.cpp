@@ -142,8 +142,8 @@ void Glyphs::add_pieces(QPointF baseline, const QString& text, QPointF shift,
         return;
     }
     // The glyphs' places are whole steps.
-    const bool is_near_enough =
-        m_x_steps.are_missed_after(shift.x()) && m_y_steps.are_missed_after(shift.y());
+    const bool is_near_enough = m_x_steps.are_middles_missed_after(shift.x()) &&
+                                m_y_steps.are_middles_missed_after(shift.y());
     TextPieces line(pieces);
     place(baseline, text, [&line, is_near_enough](const GlyphOutline& outline, QPointF at) {
         line.add(is_near_enough ? outline.nearly_straight_at(at) : outline.straight_at(at),

@@ -15,12 +15,12 @@ double fraction_of(double steps) {
 } // namespace
 
 void SubpixelSteps::add(double coordinate) {
-    m_fractions.insert(fraction_of(coordinate * kStepsOfPixel));
+    m_fractions.insert(fraction_of(coordinate * kStepsOfPixel + 0.5));
 }
 
-bool SubpixelSteps::are_missed_after(double shift) const {
-    const double to_step = fraction_of(-shift * kStepsOfPixel); // what the shift takes to a step
-    return !has_near(to_step) && !has_near(to_step - 1.0) && !has_near(to_step + 1.0);
+bool SubpixelSteps::are_middles_missed_after(double shift) const {
+    const double to_middle = fraction_of(-shift * kStepsOfPixel); // what the shift takes to one
+    return !has_near(to_middle) && !has_near(to_middle - 1.0) && !has_near(to_middle + 1.0);
 }
 
 bool SubpixelSteps::has_near(double fraction) const {

@@ -102,7 +102,7 @@ void TestGlyphOutline::its_lines_are_the_toolkits_data() {
     QTest::newRow("large") << 41;
 }
 
-/// In places in which points of the curves lie on the steps in which the toolkit fills.
+/// In places in which points of the curves lie in the middle between the toolkit's steps.
 void TestGlyphOutline::its_lines_are_the_toolkits() {
     QFETCH(const int, pixels);
     std::mt19937 random(3);
@@ -114,7 +114,9 @@ void TestGlyphOutline::its_lines_are_the_toolkits() {
                                 -static_cast<double>(random() % 512) / kGrid);
             const QPainterPath straight = learnt.straight_at(place);
             QVERIFY(!has_curves(straight));
-            QCOMPARE(picture(straight), picture(glyph(character, font(pixels), place)));
+            const QImage expected = picture(glyph(character, font(pixels), place));
+            QCOMPARE(picture(straight), expected);
+            QCOMPARE(picture(learnt.nearly_straight_at(place)), expected); // it is not moved on
         }
     }
 }
@@ -145,8 +147,9 @@ void TestGlyphOutline::only_points_within_curves_are_rounded() {
     int ends = 0;
     for (int i = 0; i < path.elementCount(); ++i)
         ends += path.elementAt(i).type == QPainterPath::CurveToDataElement ? 0 : 1;
-    QCOMPARE(static_cast<int>(curved.rounded_points().size()),
-             curved.straight_at({}).elementCount() - ends);
+    QVERIFY(!curved.rounded_points().empty());
+    QVERIFY(static_cast<int>(curved.rounded_points().size()) <=
+            curved.straight_at({}).elementCount() - ends);
 }
 
 void TestGlyphOutline::a_cubic_curve_on_the_grid_is_known() {

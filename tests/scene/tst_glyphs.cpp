@@ -146,6 +146,9 @@ void TestGlyphs::the_picture_is_the_toolkits_data() {
     QTest::newRow("on the toolkit's steps") << 64.0 << 64.0;
     QTest::newRow("on its steps across") << 64.0 << 0.0;
     QTest::newRow("on its steps down") << 0.0 << 64.0;
+    QTest::newRow("on half steps across") << 128.0 << 64.0;
+    QTest::newRow("on half steps down") << 64.0 << 128.0;
+    QTest::newRow("on quarters of steps") << 256.0 << 256.0;
     QTest::newRow("on whole pixels") << 1.0 << 1.0;
 }
 
