@@ -48,6 +48,6 @@ private:
     std::vector<GlyphOutline> m_outlines; ///< one for each character that has been learnt
     std::vector<int> m_indices;           ///< in m_outlines, by character, or kUnknown
     std::vector<double> m_advances; ///< in pixels, of each pair of glyphs; not a number: not learnt
-    SubpixelSteps m_x_steps;        ///< of all points that the toolkit would round elsewhere
+    SubpixelSteps m_x_steps;        ///< of all rounded_points()
     SubpixelSteps m_y_steps;
 };
