@@ -2,12 +2,6 @@
 
 #include <algorithm>
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-} // namespace
-
 void ReportFlow::start() {
     m_receiver = std::this_thread::get_id();
     m_is_started = true;
@@ -89,12 +83,12 @@ void ReportFlow::wake() {
 }
 
 ReportFlow::Delivery::Delivery(ReportFlow& flow, bool loop_runs)
-    : m_flow(flow), m_begin(Clock::now()) {
+    : m_flow(flow), m_begin(flow.m_now()) {
     m_flow.see(loop_runs);
 }
 
 ReportFlow::Delivery::~Delivery() {
-    m_flow.delivered(Clock::now() - m_begin);
+    m_flow.delivered(m_flow.m_now() - m_begin);
 }
 
 ReportFlow::DriverCall::DriverCall(ReportFlow& flow)

@@ -18,7 +18,9 @@
 /// admit() is called by the driver's threads, all else by the receiver's.
 class ReportFlow {
 public:
-    using Duration = std::chrono::steady_clock::duration;
+    using Clock = std::chrono::steady_clock;
+    using Duration = Clock::duration;
+    using Now = Clock::time_point (*)();
 
     /// Reports under way at most, as a painted contact the size of a screen takes milliseconds.
     static constexpr int kMostUnderWay = 16;
@@ -28,7 +30,9 @@ public:
     /// reports pass freely until it turns or takes one again.
     static constexpr std::chrono::seconds kPatience{5};
 
-    explicit ReportFlow(Duration patience = kPatience) : m_patience(patience) {}
+    /// `now` is what the time is told by that reports take.
+    explicit ReportFlow(Duration patience = kPatience, Now now = Clock::now)
+        : m_patience(patience), m_now(now) {}
 
     /// From now on each report that is admitted is told of by a Delivery.
     void start();
@@ -51,7 +55,7 @@ public:
 
     private:
         ReportFlow& m_flow;
-        std::chrono::steady_clock::time_point m_begin;
+        Clock::time_point m_begin;
     };
 
     /// The receiver is in the driver: nobody waits.
@@ -76,6 +80,7 @@ private:
     void wake();
 
     const Duration m_patience;
+    const Now m_now;
     std::atomic<bool> m_is_started{false};
     std::atomic<std::thread::id> m_receiver{std::thread::id()};
     std::atomic<bool> m_loop_runs{false};
