@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kPatience_ms = 10000;
+constexpr int kPatience_ms = 30000;
 constexpr int kBetweenLooks_ms = 10;
 
 /// What the program writes to the standard error of a connection that the toolkit refuses, in debug

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kPatience_ms = 10000; // for each tool, on a machine that is busy
+constexpr int kPatience_ms = 30000; // for each tool, on a machine that is busy
 
 } // namespace
 
