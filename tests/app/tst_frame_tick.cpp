@@ -49,12 +49,13 @@ class Meeting {
 public:
     explicit Meeting(int expected) : m_missing(expected) {}
 
-    /// Waits for the others, for 5 s at most. False when they did not come.
+    /// Waits for the others, for a minute at most. False when they did not come.
     bool arrive() {
         std::unique_lock<std::mutex> lock(m_mutex);
         --m_missing;
         m_arrived.notify_all();
-        return m_arrived.wait_for(lock, std::chrono::seconds(5), [this] { return m_missing <= 0; });
+        return m_arrived.wait_for(lock, std::chrono::seconds(60),
+                                  [this] { return m_missing <= 0; });
     }
 
 private:
