@@ -104,9 +104,9 @@ void TestBoards::boards_are_switched_on_again_two_seconds_after_an_enumeration()
     boards.switchOn();
     driver().set_boards({{7}, {9}});
     driver().take_log();
-    std::thread([] { driver().notice(); }).join();
     QElapsedTimer since;
     since.start();
+    std::thread([] { driver().notice(); }).join();
     Strings log;
     const auto is_on = [&log] {
         const Strings more = driver().take_log();
