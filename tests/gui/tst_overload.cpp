@@ -15,8 +15,10 @@ constexpr int kContacts = 4;
 constexpr int kWiderThanTheScreen = 40000; // board units
 constexpr int kReports = 10000;
 constexpr int kReportsOfARound = 6;
-constexpr int kPause_ms = 3000; // in which the program shows that it is there
+constexpr int kPause_ms = 5000; // in which the program shows that it is there
 constexpr int kInterval_ms = 1;
+/// Reports that came while the program was in the driver, which lets all in, are painted first.
+constexpr int kPatience_ms = 120000;
 
 /// Report n of erasers that go over the board, each as wide as the whole screen. They lift at the
 /// end of a round.
@@ -63,7 +65,7 @@ void TestOverload::keys_act_all_the_same() {
 
     // The markers, which begin with the load, cover the screen.
     const QImage help = expected::help(kScreen);
-    QVERIFY(QTest::qWaitFor([&] { return desktop.shot() != help; }, 20000));
+    QVERIFY(QTest::qWaitFor([&] { return desktop.shot() != help; }, kPatience_ms));
     QVERIFY2(desktop.drive(QStringLiteral("key space key b")), desktop.why());
     QVERIFY2(desktop.shows(expected::black(kScreen)), desktop.why());
     QVERIFY2(desktop.escape_ends_after_writing(QStringLiteral("Enumerated 1 devices.\n")),
