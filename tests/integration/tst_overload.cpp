@@ -172,11 +172,15 @@ void TestOverload::a_driver_that_waits_for_its_callback_is_not_waited_for() {
 
 void TestOverload::the_end_waits_for_no_report() {
     start_load();
-    QTimer::singleShot(50, m_dialog.get(), &QDialog::close);
+    QTimer look;
+    connect(&look, &QTimer::timeout, m_dialog.get(), [this] {
+        if (m_sent > 0)
+            m_dialog->close();
+    });
+    look.start(50);
     m_dialog->exec();
     m_dialog.reset();
     stop_load();
-    QVERIFY(m_sent > 0);
 }
 
 QTEST_MAIN(TestOverload)
