@@ -41,11 +41,14 @@ public:
     /// The receiver's event loop begins another turn, or is seen not to run any more.
     void turn(bool loop_runs);
 
+    /// Whether the reports of this turn have not used up its share.
+    bool has_time() const { return !m_is_started || !m_is_share_used; }
+
     /// Before a report is emitted. Waits where it has to.
     void admit();
 
-    /// The receiver is at a report. `loop_runs` as in turn(): what has come before the loop began
-    /// may take all of its first turn.
+    /// The receiver is at a report. `loop_runs` as in turn(): a loop's first turn has no beginning
+    /// that would have told.
     class Delivery {
     public:
         Delivery(ReportFlow& flow, bool loop_runs);

@@ -122,6 +122,8 @@ public:
     /// thread that takes pen, touch and erase reports and holds a reportDelivery() during each.
     void startFlowControl();
     ReportFlow::Delivery reportDelivery() { return {m_flow, isLoopRunning()}; }
+    /// Whether this turn of the event loop has some of its share left; always where none runs.
+    bool hasTimeForReports() const { return m_flow.has_time() || !isLoopRunning(); }
 
     /// Finds the boards anew, subscribing from scratch. Where such a pass is under way already, the
     /// thread that is at it does this one next.

@@ -70,15 +70,15 @@ void erase_if(Container& container, Predicate predicate) {
 
 } // namespace
 
-void Osterly::in_pen_event(const TavelHardware::PenEvent& event) {
+void Osterly::take(const TavelHardware::PenEvent& report) {
     const auto delivery = hardware->reportDelivery();
     static Hoops m_id_to_hoop_map;
     static std::map<int, Controls> id_to_last_map;
 
     Controls record;
-    record.id = pen_id(event.id);
-    record.buttons = (event.button0 ? 1 : 0) | (event.button1 ? 2 : 0);
-    place(record, event.x, event.y, m_id_to_hoop_map);
+    record.id = pen_id(report.id);
+    record.buttons = (report.button0 ? 1 : 0) | (report.button1 ? 2 : 0);
+    place(record, report.x, report.y, m_id_to_hoop_map);
 
     Controls& last = id_to_last_map[record.id];
     if (last == record)
@@ -87,32 +87,32 @@ void Osterly::in_pen_event(const TavelHardware::PenEvent& event) {
 
     bool& is_redirected = redirected[record.id];
     if (is_redirected) {
-        is_redirected = event.button0; // of all its buttons the tip alone keeps it there
+        is_redirected = report.button0; // of all its buttons the tip alone keeps it there
     } else {
         emit out_osterly_pen_event(record);
         if (is_claimed(record))
             return;
         is_redirected = true; // even a pen that hovers
     }
-    hardware->redirectPenEvent(event);
+    hardware->redirectPenEvent(report);
 }
 
-void Osterly::in_touch_event(const TavelHardware::TouchEvent& event) {
+void Osterly::take(const TavelHardware::TouchEvent& report) {
     const auto delivery = hardware->reportDelivery();
     static std::vector<Controls> last;
     static Hoops m_id_to_hoop_map;
     const auto unclaimed =
-        offer(event, touch_contacts, last, m_id_to_hoop_map, &Osterly::out_osterly_touch_event);
+        offer(report, touch_contacts, last, m_id_to_hoop_map, &Osterly::out_osterly_touch_event);
     if (!unclaimed.isEmpty())
         hardware->redirectTouchEvent(unclaimed);
 }
 
-void Osterly::in_erase_event(const TavelHardware::EraseEvent& event) {
+void Osterly::take(const TavelHardware::EraseEvent& report) {
     const auto delivery = hardware->reportDelivery();
     static std::vector<Controls> last;
     static Hoops m_id_to_hoop_map;
     // Erasers that nobody claims are nothing to the operating system.
-    offer(event, erase_contacts, last, m_id_to_hoop_map, &Osterly::out_osterly_erase_event);
+    offer(report, erase_contacts, last, m_id_to_hoop_map, &Osterly::out_osterly_erase_event);
 }
 
 /// Takes in one report. `contacts` are carried from report to report: what is claimed and down

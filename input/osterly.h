@@ -2,10 +2,13 @@
 
 #include "hardware/tavelhardware.h"
 
+#include <QBasicTimer>
 #include <QObject>
 #include <QPointF>
 #include <cstdint>
+#include <deque>
 #include <map>
+#include <variant>
 #include <vector>
 
 class QTimer;
@@ -15,8 +18,10 @@ class QTimer;
 /// `accepted` before it returns from the signal; a pen or finger that nobody claims is handed to
 /// the operating system until it lifts, an eraser is dropped until then.
 ///
-/// Lives in the GUI thread and emits there, directly. The converters keep what they know of
-/// contacts for the life of the process, so one thread alone may ever call them.
+/// Lives in the GUI thread and emits there, directly. Where more reports are queued to it than a
+/// turn of the event loop has time for, the others keep their order and wait for the next turns, so
+/// that keys and frames come in between. The converters keep what they know of contacts for the
+/// life of the process, so one thread alone may ever call them.
 class Osterly : public QObject {
     Q_OBJECT
 
@@ -103,11 +108,27 @@ public:
 
 private:
     using Hoops = std::map<int, Hoop>;
+    using Report =
+        std::variant<TavelHardware::PenEvent, TavelHardware::TouchEvent, TavelHardware::EraseEvent>;
+
+    bool event(QEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+    template <typename Event>
+    void take_or_put_off(const Event& report);
+    bool has_turn();
+    void take_backlog();
+    void take(const TavelHardware::PenEvent& report);
+    void take(const TavelHardware::TouchEvent& report);
+    void take(const TavelHardware::EraseEvent& report);
 
     template <typename Contact>
     QList<Contact> offer(const QList<Contact>& report, std::vector<Controls>& contacts,
                          std::vector<Controls>& last, Hoops& hoops,
                          void (Osterly::*out)(std::vector<Controls>&));
+
+    bool m_is_call_queued = false; ///< of the slot that is called next
+    std::deque<Report> m_backlog;  ///< put off, in their order
+    QBasicTimer m_backlog_timer;   ///< runs while there is a backlog
 };
 
 /// Whether two records tell the same of a contact: id, buttons, position and radii, the latter two

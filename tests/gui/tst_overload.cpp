@@ -15,10 +15,9 @@ constexpr int kContacts = 4;
 constexpr int kWiderThanTheScreen = 40000; // board units
 constexpr int kReports = 10000;
 constexpr int kReportsOfARound = 6;
-constexpr int kPause_ms = 5000; // in which the program shows that it is there
+constexpr int kPause_ms = 1000; // in which the program shows that it is there
 constexpr int kInterval_ms = 1;
-/// Reports that came while the program was in the driver, which lets all in, are painted first.
-constexpr int kPatience_ms = 120000;
+constexpr int kPatience_ms = 30000;
 
 /// Report n of erasers that go over the board, each as wide as the whole screen. They lift at the
 /// end of a round.

@@ -75,6 +75,7 @@ private slots:
     void a_delivery_makes_room_for_another();
     void slow_reports_come_one_by_one();
     void a_turn_has_its_share_of_reports();
+    void a_flow_that_has_ended_has_time();
     void fast_reports_are_many_again_after_slow_ones();
     void nobody_waits_while_the_receiver_is_in_the_driver();
     void a_call_of_the_driver_by_another_thread_lets_nobody_pass();
@@ -152,14 +153,27 @@ void TestReportFlow::a_turn_has_its_share_of_reports() {
     ReportFlow flow(kLong, now);
     start(flow);
     flow.admit();
-    take(flow, ReportFlow::kShare);
+    take(flow, ReportFlow::kShare - 1ns);
+    QVERIFY(flow.has_time());
+    take(flow, 1ns);
+    QVERIFY(!flow.has_time());
     const Driver driver(flow, 10);
     QVERIFY(driver.waits_after(0)); // though none is under way
     flow.turn(kLoopRuns);
+    QVERIFY(flow.has_time());
     QVERIFY(driver.waits_after(1));
     for (int i = 0; i < 100; ++i)
         take(flow); // which are fast, so that this turn's share suffices
     QTRY_VERIFY(driver.is_done());
+}
+
+void TestReportFlow::a_flow_that_has_ended_has_time() {
+    ReportFlow flow(kLong, now);
+    start(flow);
+    take(flow, ReportFlow::kShare);
+    QVERIFY(!flow.has_time());
+    flow.stop();
+    QVERIFY(flow.has_time());
 }
 
 void TestReportFlow::fast_reports_are_many_again_after_slow_ones() {

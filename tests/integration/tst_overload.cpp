@@ -49,6 +49,7 @@ private slots:
 
     void the_window_goes_on_and_no_report_is_lost_data();
     void the_window_goes_on_and_no_report_is_lost();
+    void what_has_come_before_the_loop_leaves_it_its_turns();
     void a_driver_that_waits_for_its_callback_is_not_waited_for();
     void the_end_waits_for_no_report();
 
@@ -56,6 +57,8 @@ private:
     /// Sends huge reports as fast as they are taken, till it is told to stop.
     void start_load();
     void stop_load();
+    /// Reports that have come to be painted.
+    int taken() const;
 
     std::unique_ptr<KestruneDialog> m_dialog;
     std::unique_ptr<BoardReports> m_board;
@@ -97,6 +100,11 @@ void TestOverload::stop_load() {
         m_load.join();
 }
 
+int TestOverload::taken() const {
+    const auto& state = m_dialog->m_strokes_view->m_id_to_draw_state_map[256];
+    return static_cast<int>(state.segments.size());
+}
+
 void TestOverload::the_window_goes_on_and_no_report_is_lost_data() {
     QTest::addColumn<bool>("early");
     QTest::newRow("from within the event loop") << false;
@@ -109,10 +117,6 @@ void TestOverload::the_window_goes_on_and_no_report_is_lost() {
     int ticks = 0;
     int timeouts = 0;
     int most_under_way = 0;
-    const auto taken = [this] {
-        const auto& state = m_dialog->m_strokes_view->m_id_to_draw_state_map[256];
-        return static_cast<int>(state.segments.size());
-    };
     const QObject here; // whose connections end with what they refer to
     connect(m_dialog->m_timer, &QTimer::timeout, &here, [&ticks] { ++ticks; });
     QTimer look;
@@ -138,6 +142,24 @@ void TestOverload::the_window_goes_on_and_no_report_is_lost() {
     for (std::size_t n = 1; n < segments.size(); ++n)
         QCOMPARE(segments[n].line.p2().x() - segments[n - 1].line.p2().x(),
                  n % 700 == 0 ? -699.0 : 1.0);
+}
+
+void TestOverload::what_has_come_before_the_loop_leaves_it_its_turns() {
+    constexpr int reports = 200;
+    std::thread([this] {
+        for (int n = 0; n < reports; ++n)
+            driver().report(huge_report(*m_board, n));
+    }).join();
+    int taken_at_first_tick = -1;
+    const QObject here;
+    connect(m_dialog->m_timer, &QTimer::timeout, &here, [&] {
+        if (taken_at_first_tick < 0)
+            taken_at_first_tick = taken();
+        if (taken() == reports)
+            m_dialog->close();
+    });
+    m_dialog->exec();
+    QVERIFY(taken_at_first_tick < reports);
 }
 
 void TestOverload::a_driver_that_waits_for_its_callback_is_not_waited_for() {
