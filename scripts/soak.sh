@@ -48,7 +48,7 @@ step "Running $program for $minutes minutes"
     exec "$program" >"$work/output" 2>"$work/errors"
 ) &
 program_pid=$!
-has_the_keyboard() { [[ $(xdotool getactivewindow getwindowpid) == "$program_pid" ]]; }
+has_the_keyboard() { [[ $(xdotool getwindowfocus getwindowpid) == "$program_pid" ]]; }
 until_true 20 has_the_keyboard || fail "the program does not show itself: $(cat "$work/errors")"
 window=$(xdotool getactivewindow)
 

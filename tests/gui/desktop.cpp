@@ -118,7 +118,7 @@ bool Desktop::shows(const QImage& picture, QRect part) {
 
 bool Desktop::has_keyboard(const BoundProcess& program) {
     const QDeadlineTimer deadline(kPatience_ms);
-    while (m_session.active_process() != program.processId()) {
+    while (m_session.process_with_keyboard() != program.processId()) {
         if (deadline.hasExpired())
             return fail(QStringLiteral("The program's window has not got the keyboard"));
         QThread::msleep(kBetweenLooks_ms);

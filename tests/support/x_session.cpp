@@ -66,11 +66,12 @@ bool XSession::start(QSize screen, WindowManager manager) {
 bool XSession::start_server(QSize screen) {
     m_server.setProcessEnvironment(m_environment);
     m_server.setStandardErrorFile(m_directory.filePath(QStringLiteral("server.log")));
-    m_server.start(
-        QStringLiteral("Xvfb"),
-        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-         QStringLiteral("0"), QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height()),
-         QStringLiteral("-noreset"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                    QStringLiteral("0"),
+                    QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height()),
+                    QStringLiteral("-noreset"), QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                    QStringLiteral("-r")}); // no key repeats, however late its release comes
     // The server writes its display's number when it is ready.
     const QDeadlineTimer deadline(kPatience_ms);
     while (!m_server.canReadLine() && m_server.state() != QProcess::NotRunning &&
@@ -116,10 +117,10 @@ bool XSession::drive(const QString& commands) {
     return run(QStringLiteral("xdotool"), commands.split(QLatin1Char(' ')), nullptr);
 }
 
-qint64 XSession::active_process() {
+qint64 XSession::process_with_keyboard() {
     QByteArray id;
-    const QStringList commands = {QStringLiteral("getactivewindow"),
-                                  QStringLiteral("getwindowpid")};
+    // Not the active window: the manager names that before it has given it the keyboard.
+    const QStringList commands = {QStringLiteral("getwindowfocus"), QStringLiteral("getwindowpid")};
     return run(QStringLiteral("xdotool"), commands, &id) ? id.trimmed().toLongLong() : 0;
 }
 

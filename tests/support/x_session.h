@@ -39,7 +39,7 @@ public:
     bool drive(const QString& commands);
 
     /// The process whose window has the keyboard, 0 where none has. Needs a window manager.
-    qint64 active_process();
+    qint64 process_with_keyboard();
 
     /// What is on the screen, without the pointer. Null in case of an error.
     QImage shot();
