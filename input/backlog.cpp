@@ -15,7 +15,9 @@ constexpr int kNextTurn_ms = 1;
 } // namespace
 
 bool Osterly::event(QEvent* event) {
-    m_is_call_queued = event->type() == QEvent::MetaCall;
+    if (event->type() != QEvent::MetaCall)
+        return QObject::event(event); // which may be the deletion
+    m_is_call_queued = true;
     const bool is_handled = QObject::event(event);
     m_is_call_queued = false;
     return is_handled;

@@ -63,6 +63,7 @@ private slots:
     void a_new_report_does_not_overtake();
     void what_is_left_when_the_loop_ends_is_taken_without_one();
     void it_ends_with_a_backlog();
+    void it_can_be_deleted_by_an_event();
 
 private:
     void take(int n);
@@ -254,6 +255,13 @@ void TestBacklog::it_ends_with_a_backlog() {
     m_osterly.reset();
     QTest::qWait(20);
     QCOMPARE(static_cast<int>(m_taken.size()), 1);
+}
+
+void TestBacklog::it_can_be_deleted_by_an_event() {
+    QSignalSpy is_gone(m_osterly.get(), &QObject::destroyed);
+    m_osterly.release()->deleteLater();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(is_gone.size(), 1); // the address sanitizer watches what comes after
 }
 
 QTEST_MAIN(TestBacklog)

@@ -203,6 +203,7 @@ void TestOverload::the_end_waits_for_no_report() {
     m_dialog->exec();
     m_dialog.reset();
     stop_load();
+    QVERIFY(m_sent > 0);
 }
 
 QTEST_MAIN(TestOverload)
